@@ -1,0 +1,380 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// How the dock follows the host's scene, loads its note and never loses an edit of it.
+
+#include "dock/dock.hpp"
+
+#include "editor/editor.hpp"
+#include "notes/limits.hpp"
+#include "plugin/text.hpp"
+#include "remote/remote.hpp"
+
+#include <QAbstractTextDocumentLayout>
+#include <QAction>
+#include <QLabel>
+#include <QScrollBar>
+#include <QSignalBlocker>
+#include <QTextBlock>
+
+#include <algorithm>
+
+namespace quillbay {
+
+namespace {
+
+QString keyOf(obs_source_t *scene)
+{
+	return scene ? QString::fromUtf8(obs_source_get_uuid(scene)) : QString();
+}
+
+QString nameOf(obs_source_t *scene)
+{
+	return scene ? QString::fromUtf8(obs_source_get_name(scene)) : text("NoScene");
+}
+
+QString positionSetting(const QString &key)
+{
+	return QStringLiteral("readingPositions/") + key;
+}
+
+} // namespace
+
+void Dock::refreshScene()
+{
+	if (shutDown) {
+		return;
+	}
+	const OBSSourceAutoRelease scene = obs_frontend_preview_program_mode_active()
+						   ? obs_frontend_get_current_preview_scene()
+						   : obs_frontend_get_current_scene();
+	bindScene(scene);
+}
+
+void Dock::bindScene(obs_source_t *scene)
+{
+	const QString key = keyOf(scene);
+	if (!key.isEmpty() && key == sceneKey && !unavailable) {
+		continueSameScene(scene);
+		return;
+	}
+	if (!flush(true, true)) {
+		return;
+	}
+	rememberPosition();
+	currentScene = OBSGetWeakRef(scene);
+	sceneKey = key;
+
+	QString error;
+	const QString html = loadNote(scene, error);
+	showLoadedNote(scene, html, error);
+	flush(true, true);
+}
+
+// The same scene again: it may have a new name, or be a new object that the host's undo has made.
+void Dock::continueSameScene(obs_source_t *scene)
+{
+	currentScene = OBSGetWeakRef(scene);
+	QString error;
+	if (!dirty && !noteStore.rename(scene, &error)) {
+		showStatus(error);
+	}
+	rememberTarget(scene);
+	setSceneLabel(nameOf(scene));
+	flush(true, true);
+}
+
+QString Dock::loadNote(obs_source_t *scene, QString &error)
+{
+	// A scene that the host's undo brings back may be older than its record.
+	noteStore.reattach(scene, notePaths.value(keyOf(scene)));
+	QString html;
+	if (noteStore.rename(scene, &error)) {
+		html = noteStore.read(scene, &error);
+		if (error.isEmpty() && !withinHtmlLimits(html)) {
+			error = text("TextLimit");
+		}
+	}
+	unavailable = !error.isEmpty();
+	rememberTarget(scene);
+	return unavailable ? QString() : html;
+}
+
+void Dock::showLoadedNote(obs_source_t *scene, const QString &html, const QString &error)
+{
+	editor->setPlaceholderText(error);
+	{
+		const QSignalBlocker blocker(editor);
+		editor->loadHtml(html);
+		updateReadOnly();
+		editor->setEnabled(scene != nullptr);
+		scrollTo(storedPosition());
+	}
+	updateReadAction();
+	readAction->setEnabled(scene != nullptr);
+	setSceneLabel(nameOf(scene));
+	dirty = false;
+	saveError->hide();
+	saveTimer.stop();
+	showStatus(unavailable ? error : text(scene ? "Loaded" : "SelectScene"));
+	updateDocumentStatus();
+	if (remote) {
+		remote->stateChanged();
+	}
+}
+
+void Dock::rememberTarget(obs_source_t *scene)
+{
+	const QString path = noteStore.filePath(scene);
+	noteTarget = {keyOf(scene), nameOf(scene), path, path};
+	if (!path.isEmpty()) {
+		notePaths.insert(noteTarget.sceneId, path);
+	}
+}
+
+int Dock::storedPosition() const
+{
+	const auto position = readingPositions.constFind(sceneKey);
+	const int value = position != readingPositions.constEnd() ? *position
+								  : settings.value(positionSetting(sceneKey), 0).toInt();
+	return std::max(value, 0);
+}
+
+void Dock::scrollTo(int position)
+{
+	QScrollBar *bar = editor->verticalScrollBar();
+	if (position > bar->maximum()) {
+		// A long text is laid out step by step: until its end is known the range is too short.
+		editor->document()->documentLayout()->blockBoundingRect(editor->document()->lastBlock());
+	}
+	bar->setValue(position);
+}
+
+void Dock::rememberPosition()
+{
+	if (!sceneKey.isEmpty()) {
+		readingPositions[sceneKey] = editor->verticalScrollBar()->value();
+	}
+}
+
+void Dock::savePreferences()
+{
+	for (auto position = readingPositions.cbegin(); position != readingPositions.cend(); ++position) {
+		settings.setValue(positionSetting(position.key()), position.value());
+	}
+	settings.sync();
+}
+
+void Dock::noteEdited()
+{
+	if (restoring || unavailable) {
+		return;
+	}
+	dirty = true;
+	if (remote) {
+		remote->noteChanged(sceneKey);
+	}
+	showStatus(text("Saving"));
+	updateCharacterStatus();
+	saveTimer.start();
+}
+
+bool Dock::flush(bool requestHostSave, bool report)
+{
+	saveTimer.stop();
+	if (dirty) {
+		if (!withinTextLimits(*editor->document())) {
+			editor->onTextLimit();
+			return false;
+		}
+		QString error;
+		if (!writeOpenNote(error)) {
+			if (report) {
+				showSaveError(error);
+				showStatus(text("NoteSaveFailed") + QLatin1Char(' ') + error);
+			}
+			return false;
+		}
+		dirty = false;
+		saveError->hide();
+		if (report) {
+			showStatus(text("SavedNote"));
+		}
+	}
+	if (requestHostSave && !shutDown && noteStore.takeReferenceChanges()) {
+		obs_frontend_save();
+	}
+	return true;
+}
+
+bool Dock::writeOpenNote(QString &error)
+{
+	const OBSSourceAutoRelease scene = OBSGetStrongRef(currentScene);
+	if (!scene) {
+		return writeDetachedNote(error);
+	}
+	if (!noteStore.write(scene, {editor->toHtml()}, &error)) {
+		return false;
+	}
+	rememberTarget(scene);
+	return true;
+}
+
+// The scene has gone with an edit pending: the text goes to the file that the scene had, and the dock goes on
+// to what the host shows now.
+bool Dock::writeDetachedNote(QString &error)
+{
+	if (!noteStore.writeDetached(noteTarget, {editor->toHtml()}, &error)) {
+		return false;
+	}
+	notePaths.insert(noteTarget.sceneId, noteTarget.path);
+	rememberPosition();
+	sceneKey.clear();
+	if (!shutDown) {
+		QMetaObject::invokeMethod(this, &Dock::refreshScene, Qt::QueuedConnection);
+	}
+	return true;
+}
+
+QString Dock::readHtml(obs_source_t *scene, QString *error) const
+{
+	if (dirty && scene && keyOf(scene) == sceneKey) {
+		return editor->toHtml();
+	}
+	return noteStore.read(scene, error);
+}
+
+void Dock::sceneRenamed(obs_source_t *scene)
+{
+	if (shutDown || restoring) {
+		return;
+	}
+	if (keyOf(scene) == sceneKey) {
+		bindScene(scene);
+		return;
+	}
+	QString error;
+	if (!noteStore.rename(scene, &error)) {
+		showStatus(error);
+	}
+	flush(true, true);
+}
+
+void Dock::frontendEvent(obs_frontend_event event)
+{
+	if (restoring) {
+		refreshPending = true;
+		return;
+	}
+	const bool isCollectionReady = event == OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED ||
+				       event == OBS_FRONTEND_EVENT_FINISHED_LOADING;
+	switch (event) {
+	case OBS_FRONTEND_EVENT_SCENE_CHANGED:
+	case OBS_FRONTEND_EVENT_SCENE_LIST_CHANGED:
+	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED:
+	case OBS_FRONTEND_EVENT_STUDIO_MODE_ENABLED:
+	case OBS_FRONTEND_EVENT_STUDIO_MODE_DISABLED:
+	case OBS_FRONTEND_EVENT_PREVIEW_SCENE_CHANGED:
+	case OBS_FRONTEND_EVENT_FINISHED_LOADING:
+		if (isCollectionReady && remote) {
+			remote->setCollectionChanging(false);
+		}
+		refreshScene();
+		collectionReady = collectionReady || isCollectionReady;
+		if (remote) {
+			remote->stateChanged();
+		}
+		break;
+	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
+		collectionReady = false;
+		if (remote) {
+			remote->setCollectionChanging(true);
+		}
+		flush(false, true);
+		bindScene(nullptr);
+		break;
+	default:
+		break;
+	}
+}
+
+void Dock::setLocked(bool isLocked)
+{
+	flush(true, true);
+	locked = isLocked;
+	settings.setValue(QStringLiteral("locked"), locked);
+	if (remote) {
+		remote->lockChanged();
+	}
+	updateReadAction();
+	updateReadOnly();
+	updateSceneStyle();
+}
+
+void Dock::setRemoteEditing(bool isEditing)
+{
+	if (isEditing == remoteEditing) {
+		return;
+	}
+	flush(false, true);
+	remoteEditing = isEditing;
+	updateReadOnly();
+	updateReadAction();
+	readAction->setToolTip(text("ReadTip"));
+	editor->setToolTip(remoteEditing ? text("RemoteEditing") : QString());
+}
+
+void Dock::updateReadOnly()
+{
+	editor->setReadOnly(locked || remoteEditing || unavailable);
+}
+
+void Dock::updateReadAction()
+{
+	const QSignalBlocker blocker(readAction);
+	readAction->setChecked(locked || remoteEditing);
+}
+
+bool Dock::applyRemoteHtml(obs_source_t *scene, const QString &html)
+{
+	if (restoring) {
+		return false;
+	}
+	QString error;
+	if (!noteStore.write(scene, {html}, &error)) {
+		showSaveError(error);
+		showStatus(error);
+		return false;
+	}
+	if (scene && keyOf(scene) == sceneKey) {
+		const QSignalBlocker blocker(editor);
+		const int position = editor->verticalScrollBar()->value();
+		editor->loadHtml(html);
+		scrollTo(position);
+		dirty = false;
+		saveError->hide();
+		unavailable = false;
+		editor->setPlaceholderText({});
+		updateReadOnly();
+		rememberTarget(scene);
+		updateDocumentStatus();
+	}
+	flush(true, true);
+	return true;
+}
+
+void Dock::shutdown()
+{
+	if (shutDown) {
+		return;
+	}
+	if (remote) {
+		remote->shutdown();
+	}
+	rememberPosition();
+	flush(false, true);
+	savePreferences();
+	shutDown = true;
+}
+
+} // namespace quillbay

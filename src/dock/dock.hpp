@@ -1,0 +1,182 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#pragma once
+
+#include "dock/command.hpp"
+#include "notes/note_store.hpp"
+
+#include <QHash>
+#include <QSettings>
+#include <QTimer>
+#include <QWidget>
+
+#include <obs.hpp>
+#include <obs-frontend-api.h>
+
+class QAction;
+class QBoxLayout;
+class QFrame;
+class QKeyEvent;
+class QLabel;
+class QToolButton;
+
+namespace quillbay {
+
+class Editor;
+class Remote;
+
+/// The notes dock: shows the note of the scene that the host shows, saves every edit half a second after the
+/// last keystroke and before anything that could lose it, and owns the open note.
+///
+/// Lives on the user-interface thread; nothing here may be called from another one. Scenes handed in are
+/// borrowed. Failures are reported in the dock itself: in the status, in the save-error line, or as the empty
+/// editor's placeholder.
+class Dock : public QWidget {
+	Q_OBJECT
+
+public:
+	/// Opens the settings file and keeps the notes in the folder "notes" beside it. Binds to no scene.
+	explicit Dock(const QString &settingsPath, QWidget *parent = nullptr);
+	~Dock() override;
+
+	// Scenes and their notes (binding.cpp)
+
+	/// Shows the note of `scene`, or of none. An edit that cannot be written keeps the dock where it is.
+	void bindScene(obs_source_t *scene);
+	/// Binds the scene that the host shows: the preview scene in studio mode, else the current scene.
+	void refreshScene();
+	/// Writes a pending edit now, then, with `requestHostSave`, lets the host save changed scene records.
+	/// With `report` the outcome is shown. False when an edit is still pending.
+	bool flush(bool requestHostSave, bool report);
+	/// The HTML of a scene's note as the user sees it: with the unsaved edit when it is the open one.
+	[[nodiscard]] QString readHtml(obs_source_t *scene, QString *error = nullptr) const;
+	/// Keeps the bound scene's scroll position for when it is shown again.
+	void rememberPosition();
+	/// A scene has a new name: its note moves along.
+	void sceneRenamed(obs_source_t *scene);
+	/// Every front-end event but the exit goes here.
+	void frontendEvent(obs_frontend_event event);
+	/// Enters or leaves read mode.
+	void setLocked(bool isLocked);
+	/// A remote device has taken or given back the right to edit.
+	void setRemoteEditing(bool isEditing);
+	/// The remote service has started or stopped.
+	void setRemoteAvailable(bool isAvailable);
+	/// Stores a note that was edited remotely. False when it could not be written.
+	bool applyRemoteHtml(obs_source_t *scene, const QString &html);
+	/// Saves, stops all work and ignores commands from now on. Later calls do nothing.
+	void shutdown();
+
+	// Status (status.cpp)
+
+	/// The message becomes the status label's tooltip and accessible name.
+	void showStatus(const QString &message);
+	/// Shows the line that stays until the note could be written.
+	void showSaveError(const QString &error);
+	/// Refreshes the paragraph count, the character count and the reading percentage.
+	void updateDocumentStatus();
+	/// Refreshes the character count alone.
+	void updateCharacterStatus();
+	/// Characters of the open note.
+	[[nodiscard]] int textLength() const;
+
+	// Commands (commands.cpp)
+
+	/// Carries out what a hotkey, a button or a remote device asks for.
+	void command(Command command);
+
+	// Preferences (dock.cpp)
+
+	/// Writes the reading positions and brings the settings file up to date.
+	void savePreferences();
+
+	// Meeting points
+
+	[[nodiscard]] NoteStore &store() { return noteStore; }
+	[[nodiscard]] Remote *remoteService() const { return remote; }
+	/// Tells `service` of every change from now on; not owned, and it must outlive the dock's shutdown.
+	void setRemote(Remote *service) { remote = service; }
+
+protected:
+	void changeEvent(QEvent *event) override;
+	void showEvent(QShowEvent *event) override;
+	void hideEvent(QHideEvent *event) override;
+	bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+	// Construction (dock.cpp)
+	void buildTopControls();
+	void buildEditor();
+	void buildBottomControls();
+	void buildReadingMetrics();
+	void connectSignals();
+	bool filterEditorKey(const QKeyEvent &event);
+	void resizedViewport();
+	void placeQrButton();
+
+	void insertTime();
+
+	// Appearance (appearance.cpp)
+	void updateAppearance();
+	void updateControlSizes();
+	void updateControlLayout();
+	void updateSceneStyle();
+
+	// Scenes and their notes (binding.cpp)
+	void continueSameScene(obs_source_t *scene);
+	[[nodiscard]] QString loadNote(obs_source_t *scene, QString &error);
+	void showLoadedNote(obs_source_t *scene, const QString &html, const QString &error);
+	void rememberTarget(obs_source_t *scene);
+	[[nodiscard]] bool writeOpenNote(QString &error);
+	[[nodiscard]] bool writeDetachedNote(QString &error);
+	void noteEdited();
+	void updateReadOnly();
+	void updateReadAction();
+	void setSceneLabel(const QString &name);
+	[[nodiscard]] int storedPosition() const;
+	void scrollTo(int position);
+
+	QSettings settings;
+	NoteStore noteStore;
+	Remote *remote = nullptr;
+
+	// The bound scene
+	OBSWeakSource currentScene;
+	QString sceneKey;
+	/// Where the open note was last read from or written to; outlives its scene.
+	NoteTarget noteTarget;
+	/// The files of this session's scenes by scene key: the host's undo may bring a scene back without its record.
+	QHash<QString, QString> notePaths;
+	QHash<QString, int> readingPositions;
+	bool locked = false;
+	bool remoteEditing = false;
+	bool unavailable = false;
+	bool restoring = false;
+	bool refreshPending = false;
+	bool collectionReady = false;
+	bool dirty = false;
+	bool shutDown = false;
+	QTimer saveTimer;
+
+	// Widgets
+	QWidget *topControls = nullptr;
+	QLabel *scenePrefix = nullptr;
+	QLabel *sceneLabel = nullptr;
+	QLabel *saveStatus = nullptr;
+	QLabel *saveError = nullptr;
+	Editor *editor = nullptr;
+	QToolButton *remoteQrButton = nullptr;
+	QWidget *bottomControls = nullptr;
+	QBoxLayout *bottomLayout = nullptr;
+	QWidget *readingControls = nullptr;
+	QWidget *readingMetrics = nullptr;
+	QToolButton *readMode = nullptr;
+	QAction *readAction = nullptr;
+	QLabel *documentStatus = nullptr;
+	QLabel *characterCount = nullptr;
+	QLabel *scrollPercent = nullptr;
+	QList<QFrame *> separators;
+};
+
+} // namespace quillbay

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#pragma once
+
+#include <QColor>
+#include <QPalette>
+#include <QSize>
+#include <QString>
+
+namespace quillbay {
+
+/// Size of every tool button, in device-independent pixels.
+inline constexpr QSize buttonSize{28, 24};
+/// Size of the icons on them.
+inline constexpr QSize iconSize{18, 18};
+
+/// Whether the palette is one of a dark theme, judged by its Window colour.
+bool isDark(const QPalette &palette);
+/// The colour of texts that step back behind the note.
+QColor mutedColor(const QPalette &palette);
+/// The colour of lines between controls.
+QColor separatorColor(const QPalette &palette);
+
+QString saveErrorSheet(const QPalette &palette);
+/// The editor's sheet. `textPreview` and `highlightPreview` are the colour names that a selection shows
+/// instead of the usual selection colours, or empty.
+QString editorSheet(const QPalette &palette, const QString &textPreview = {}, const QString &highlightPreview = {});
+/// The sheet of tool buttons that stand alone.
+QString toolButtonSheet(const QPalette &palette);
+QString separatorSheet(const QPalette &palette);
+
+} // namespace quillbay

@@ -1,0 +1,209 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// How the editor is built, loads a note, zooms and keeps its looks.
+
+#include "editor/editor.hpp"
+
+#include "notes/note_document.hpp"
+#include "plugin/text.hpp"
+
+#include <QAbstractTextDocumentLayout>
+#include <QScrollBar>
+#include <QStyle>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <vector>
+
+namespace quillbay {
+
+namespace {
+
+constexpr int kMinPointSize = 6;
+constexpr int kMaxPointSize = 144;
+constexpr qreal kLineHeightPercent = 140;
+/// Room for the QR button, in device-independent pixels.
+constexpr int kQrSpace = 28;
+/// Eighths of a degree in one step of an ordinary mouse wheel.
+constexpr int kWheelStep = 120;
+
+// One stretch of text whose format changes in a zoom step.
+struct Run {
+	int position;
+	int length;
+	QTextCharFormat format;
+};
+
+} // namespace
+
+Editor::Editor(QWidget *parent) : QTextEdit(parent)
+{
+	setDocument(new NoteDocument(this));
+	document()->setDefaultStyleSheet(QStringLiteral("p, li { line-height: 140%; }"));
+	loadHtml({});
+	setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+
+	numbers_ = new QWidget(this);
+	numbers_->setObjectName(QStringLiteral("lineNumbers"));
+	numbers_->setAccessibleName(text("LineNumbers"));
+	numbers_->setAttribute(Qt::WA_TransparentForMouseEvents);
+	numbers_->setAttribute(Qt::WA_OpaquePaintEvent);
+	numbers_->installEventFilter(this);
+	const auto repaint = [strip = numbers_] { strip->update(); };
+	connect(document(), &QTextDocument::blockCountChanged, this, &Editor::updateNumberArea);
+	connect(document(), &QTextDocument::contentsChanged, numbers_, repaint);
+	connect(document()->documentLayout(), &QAbstractTextDocumentLayout::update, numbers_, repaint);
+	connect(verticalScrollBar(), &QScrollBar::valueChanged, numbers_, repaint);
+	connect(this, &QTextEdit::cursorPositionChanged, numbers_, repaint);
+	updateNumberArea();
+}
+
+void Editor::loadHtml(const QString &html)
+{
+	setHtml(html);
+	const QTextBlock first = document()->firstBlock();
+	if (!document()->isEmpty() || first.blockFormat().hasProperty(QTextFormat::LineHeight)) {
+		return;
+	}
+	// An empty note types with the line height that loaded paragraphs get from the style sheet.
+	const bool hadUndo = document()->isUndoRedoEnabled();
+	document()->setUndoRedoEnabled(false);
+	QTextBlockFormat format;
+	format.setLineHeight(kLineHeightPercent, QTextBlockFormat::ProportionalHeight);
+	textCursor().mergeBlockFormat(format);
+	document()->setUndoRedoEnabled(hadUndo);
+}
+
+void Editor::setSearchMatch(bool on)
+{
+	if (on == isSearchMatch_) {
+		return;
+	}
+	isSearchMatch_ = on;
+	setProperty("searchMatch", on);
+	style()->unpolish(this);
+	style()->polish(this);
+	viewport()->update();
+}
+
+void Editor::setQrSpace(bool on)
+{
+	QMargins margins = viewportMargins();
+	const int wanted = on ? kQrSpace : 0;
+	if (margins.right() == wanted) {
+		return;
+	}
+	margins.setRight(wanted);
+	setViewportMargins(margins);
+	updateNumberArea();
+}
+
+bool Editor::event(QEvent *event)
+{
+	const bool isHandled = QTextEdit::event(event);
+	const QEvent::Type type = event->type();
+	if (!numbers_ ||
+	    (type != QEvent::FocusIn && type != QEvent::FocusOut && type != QEvent::ReadOnlyChange)) {
+		return isHandled;
+	}
+	if (type == QEvent::ReadOnlyChange) {
+		// Selectors on the property take effect only when the sheet is set anew.
+		isReapplyingStyle_ = true;
+		setStyleSheet(styleSheet());
+		isReapplyingStyle_ = false;
+	}
+	numbers_->update();
+	update();
+	viewport()->update();
+	return isHandled;
+}
+
+void Editor::changeEvent(QEvent *event)
+{
+	// A sheet that is applied again must not reset the document's default font.
+	if (isReapplyingStyle_ && event->type() == QEvent::FontChange) {
+		return;
+	}
+	QTextEdit::changeEvent(event);
+	if (!numbers_ || isReapplyingStyle_) {
+		return;
+	}
+	switch (event->type()) {
+	case QEvent::PaletteChange:
+	case QEvent::ApplicationPaletteChange:
+	case QEvent::FontChange:
+	case QEvent::EnabledChange:
+	case QEvent::StyleChange:
+		updateNumberArea();
+		break;
+	default:
+		break;
+	}
+}
+
+void Editor::resizeEvent(QResizeEvent *event)
+{
+	QTextEdit::resizeEvent(event);
+	updateNumberArea();
+}
+
+void Editor::wheelEvent(QWheelEvent *event)
+{
+	if (event->modifiers() != Qt::ControlModifier) {
+		wheelDelta_ = 0;
+		QTextEdit::wheelEvent(event);
+		return;
+	}
+	if (!isReadOnly()) {
+		wheelDelta_ += event->angleDelta().y();
+		const int steps = wheelDelta_ / kWheelStep;
+		wheelDelta_ %= kWheelStep;
+		if (steps != 0) {
+			resizeText(steps);
+		}
+	}
+	event->accept();
+}
+
+void Editor::resizeText(int steps)
+{
+	const auto resized = [steps](qreal points) {
+		return std::clamp<qreal>(points + steps, kMinPointSize, kMaxPointSize);
+	};
+	const QFont base = document()->defaultFont();
+	const auto pointSize = [this, &base](const QFont &own) {
+		const QFont font = own.resolve(base);
+		return font.pointSizeF() > 0 ? font.pointSizeF() : font.pixelSize() * 72.0 / logicalDpiY();
+	};
+	std::vector<Run> runs;
+	for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
+		for (auto it = block.begin(); !it.atEnd(); ++it) {
+			const QTextFragment fragment = it.fragment();
+			QTextCharFormat format = fragment.charFormat();
+			format.clearProperty(QTextFormat::FontPixelSize);
+			format.setFontPointSize(resized(pointSize(fragment.charFormat().font())));
+			if (format != fragment.charFormat()) {
+				runs.push_back({fragment.position(), fragment.length(), format});
+			}
+		}
+	}
+	if (runs.empty()) {
+		if (document()->isEmpty()) {
+			setFontPointSize(resized(pointSize(currentFont())));
+		}
+		return;
+	}
+	QTextCursor cursor(document());
+	cursor.beginEditBlock();
+	for (const Run &run : runs) {
+		cursor.setPosition(run.position);
+		cursor.setPosition(run.position + run.length, QTextCursor::KeepAnchor);
+		cursor.setCharFormat(run.format);
+	}
+	cursor.endEditBlock();
+}
+
+} // namespace quillbay

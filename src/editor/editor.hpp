@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#pragma once
+
+#include <QTextEdit>
+
+#include <functional>
+
+namespace quillbay {
+
+/// The rich-text editor of a note.
+///
+/// Every path by which text enters or leaves the document is checked against the note limits before it is
+/// carried out; an edit that would break one is refused whole and reported through `onTextLimit`. The document
+/// loads nothing from outside. User-interface thread only.
+class Editor : public QTextEdit {
+	Q_OBJECT
+
+public:
+	explicit Editor(QWidget *parent = nullptr);
+
+	/// Called once for every refused edit. Set by the owner; may be empty.
+	std::function<void()> onTextLimit;
+
+	/// Whether replacing the cursor's selection by `text` keeps the note's limits. Reports a refusal.
+	[[nodiscard]] bool acceptsText(const QString &text, const QTextCursor &cursor);
+	/// Replaces the selection by plain text, if the editor is editable and the limits allow it. "\r\n" and "\r"
+	/// become "\n".
+	void insertCheckedText(const QString &text);
+	/// Removes the selection, to the clipboard with `cut`, if the editor is editable and the limits allow it.
+	void deleteSelection(bool cut);
+	/// Replaces the whole document; undo starts anew.
+	void loadHtml(const QString &html);
+	/// Shows the selection in the colours of a search match.
+	void setSearchMatch(bool on);
+	/// Keeps the right edge of the view free for the QR button, or gives it back.
+	void setQrSpace(bool on);
+	/// Adds `steps` points to the size of all text, each run kept between 6 and 144 points; one undo step.
+	void resizeText(int steps);
+	/// Measures the strip of paragraph numbers anew.
+	void updateNumberArea();
+	/// Paints the strip of paragraph numbers; called while the strip is being painted.
+	void paintNumbers();
+
+protected:
+	bool event(QEvent *event) override;
+	bool eventFilter(QObject *watched, QEvent *event) override;
+	void wheelEvent(QWheelEvent *event) override;
+	void keyPressEvent(QKeyEvent *event) override;
+	void resizeEvent(QResizeEvent *event) override;
+	void dropEvent(QDropEvent *event) override;
+	void changeEvent(QEvent *event) override;
+	void inputMethodEvent(QInputMethodEvent *event) override;
+	void insertFromMimeData(const QMimeData *source) override;
+
+private:
+	bool refuse();
+	void insertCheckedHtml(const QMimeData &source);
+	[[nodiscard]] bool acceptsComposition(const QInputMethodEvent &event);
+
+	QWidget *numbers_ = nullptr;
+	int wheelDelta_ = 0;
+	bool isReapplyingStyle_ = false;
+	bool isSearchMatch_ = false;
+};
+
+} // namespace quillbay

@@ -1,0 +1,144 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#include "notes/note_file.hpp"
+
+#include "notes/limits.hpp"
+#include "plugin/text.hpp"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QSaveFile>
+#include <QUuid>
+
+namespace quillbay {
+
+namespace {
+
+constexpr qsizetype kMaxNameLength = 100;
+constexpr qsizetype kMaxNameBytes = 180;
+
+constexpr QLatin1StringView kFormatKey("format");
+constexpr QLatin1StringView kVersionKey("version");
+constexpr QLatin1StringView kSceneIdKey("sceneId");
+constexpr QLatin1StringView kSceneNameKey("sceneName");
+constexpr QLatin1StringView kHtmlKey("html");
+constexpr QLatin1StringView kFormat("OBS-QuillBay");
+constexpr int kVersion = 1;
+
+// Never leaves half of a surrogate pair behind.
+void dropLastCharacter(QString &name)
+{
+	name.chop(name.back().isLowSurrogate() ? 2 : 1);
+}
+
+// QJsonObject sorts its members, so the object is put together here and only its strings are encoded by Qt.
+QByteArray jsonString(const QString &value)
+{
+	const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+	return array.mid(1, array.size() - 2);
+}
+
+void appendMember(QByteArray &json, QLatin1StringView key, const QByteArray &value)
+{
+	json += json.isEmpty() ? "{\"" : ",\"";
+	json.append(key.data(), key.size());
+	json += "\":";
+	json += value;
+}
+
+// QUuid reads past what follows a UUID; a scene's id has nothing there.
+bool isSceneId(const QString &id)
+{
+	const bool hasBraces = id.startsWith(QLatin1Char('{'));
+	const QUuid::StringFormat format = hasBraces ? QUuid::WithBraces : QUuid::WithoutBraces;
+	const QUuid uuid = QUuid::fromString(id);
+	return !uuid.isNull() && id.compare(uuid.toString(format), Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+QString noteName(const QString &name)
+{
+	static const QRegularExpression forbidden(QStringLiteral(R"([<>:"/\\|?*\x00-\x1f])"));
+	static const QRegularExpression reserved(QStringLiteral(R"(^(CON|PRN|AUX|NUL|COM[1-9]|LPT[1-9])(?:\.|$))"),
+						 QRegularExpression::CaseInsensitiveOption);
+
+	QString stem = name.normalized(QString::NormalizationForm_C);
+	stem = stem.replace(forbidden, QStringLiteral("_")).trimmed();
+	if (stem.size() > kMaxNameLength) {
+		stem.truncate(kMaxNameLength);
+		if (stem.back().isHighSurrogate()) {
+			stem.chop(1);
+		}
+	}
+	while (stem.toUtf8().size() > kMaxNameBytes) {
+		dropLastCharacter(stem);
+	}
+	while (stem.endsWith(QLatin1Char('.')) || stem.endsWith(QLatin1Char(' '))) {
+		stem.chop(1);
+	}
+	if (stem.isEmpty()) {
+		stem = QStringLiteral("Scene");
+	}
+	return reserved.match(stem).hasMatch() ? QLatin1Char('_') + stem : stem;
+}
+
+QByteArray encodeNote(const NoteFile &file)
+{
+	QByteArray json;
+	appendMember(json, kFormatKey, jsonString(kFormat));
+	appendMember(json, kVersionKey, QByteArray::number(kVersion));
+	appendMember(json, kSceneIdKey, jsonString(file.sceneId));
+	appendMember(json, kSceneNameKey, jsonString(file.sceneName));
+	appendMember(json, kHtmlKey, jsonString(file.html));
+	return json += '}';
+}
+
+bool decodeNote(const QByteArray &bytes, NoteFile &file, QString &error)
+{
+	if (bytes.size() > kMaxNoteBytes) {
+		error = text("BackupTooLarge");
+		return false;
+	}
+	const QJsonDocument document = QJsonDocument::fromJson(bytes);
+	const QJsonObject object = document.object();
+	const QJsonValue sceneId = object[kSceneIdKey];
+	const QJsonValue sceneName = object[kSceneNameKey];
+	const QJsonValue html = object[kHtmlKey];
+	if (!document.isObject() || object[kFormatKey] != QJsonValue(kFormat) ||
+	    object[kVersionKey] != QJsonValue(kVersion) || !isSceneId(sceneId.toString()) || !sceneName.isString() ||
+	    !html.isString()) {
+		error = text("BackupInvalid");
+		return false;
+	}
+	file = {sceneId.toString(), sceneName.toString(), html.toString()};
+	return true;
+}
+
+bool saveNoteFile(const QString &path, const QByteArray &bytes, QString &error, const QDateTime &modified)
+{
+	if (bytes.size() > kMaxNoteBytes) {
+		error = text("BackupTooLarge");
+		return false;
+	}
+	if (!QDir().mkpath(QFileInfo(path).absolutePath())) {
+		error = text("NoteSaveFailed");
+		return false;
+	}
+	QSaveFile file(path);
+	const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() &&
+			       (!modified.isValid() ||
+				(file.flush() && file.setFileTime(modified, QFileDevice::FileModificationTime))) &&
+			       file.commit();
+	if (!isWritten) {
+		error = file.errorString();
+	}
+	return isWritten;
+}
+
+} // namespace quillbay

@@ -1,0 +1,278 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#include "notes/note_store.hpp"
+
+#include "notes/limits.hpp"
+#include "plugin/text.hpp"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <filesystem>
+#include <utility>
+
+#include <obs.hpp>
+
+namespace quillbay {
+
+namespace {
+
+constexpr const char *kRecordKey = "quillbay";
+constexpr const char *kIdKey = "id";
+constexpr const char *kFileKey = "file";
+constexpr const char *kNameKey = "name";
+
+struct Record {
+	QString file;
+	QString name;
+};
+
+QString sceneUuid(obs_source_t *scene)
+{
+	return QString::fromUtf8(obs_source_get_uuid(scene));
+}
+
+QString sceneName(obs_source_t *scene)
+{
+	return QString::fromUtf8(obs_source_get_name(scene));
+}
+
+// Empty unless the record was written for this very scene: duplicating a scene copies its private settings.
+Record readRecord(obs_source_t *scene)
+{
+	const OBSDataAutoRelease settings = obs_source_get_private_settings(scene);
+	const OBSDataAutoRelease record = obs_data_get_obj(settings, kRecordKey);
+	if (!record || QString::fromUtf8(obs_data_get_string(record, kIdKey)) != sceneUuid(scene)) {
+		return {};
+	}
+	return {QString::fromUtf8(obs_data_get_string(record, kFileKey)),
+		QString::fromUtf8(obs_data_get_string(record, kNameKey))};
+}
+
+void writeRecord(obs_source_t *scene, const NoteTarget &target)
+{
+	const QByteArray id = target.sceneId.toUtf8();
+	const QByteArray file = QFileInfo(target.path).fileName().toUtf8();
+	const QByteArray name = target.sceneName.toUtf8();
+	const OBSDataAutoRelease record = obs_data_create();
+	obs_data_set_string(record, kIdKey, id.constData());
+	obs_data_set_string(record, kFileKey, file.constData());
+	obs_data_set_string(record, kNameKey, name.constData());
+	const OBSDataAutoRelease settings = obs_source_get_private_settings(scene);
+	obs_data_set_obj(settings, kRecordKey, record);
+}
+
+bool isBareNoteFileName(const QString &file)
+{
+	return !file.isEmpty() && file == QFileInfo(file).fileName() && !file.contains(QLatin1Char('\\')) &&
+	       file.endsWith(QLatin1StringView(".json"), Qt::CaseInsensitive);
+}
+
+// Only a file that is truly not there is an empty note: behind a folder that cannot be entered, or that has
+// become a file, a note may well be.
+bool isMissing(const QString &path)
+{
+	std::error_code error;
+	const auto status = std::filesystem::symlink_status(QFileInfo(path).filesystemAbsoluteFilePath(), error);
+	return status.type() == std::filesystem::file_type::not_found && error != std::errc::not_a_directory;
+}
+
+bool loadNoteFile(const QString &path, NoteFile &note, QString &error)
+{
+	// A pipe or a device would block the host's window for as long as it pleases.
+	const QFileInfo info(path);
+	QFile file(path);
+	if (info.isSymLink() || !info.isFile() || !file.open(QIODevice::ReadOnly)) {
+		error = text("FileReadFailed") + path;
+		return false;
+	}
+	if (file.size() > kMaxNoteBytes) {
+		error = text("BackupTooLarge");
+		return false;
+	}
+	// One byte more than allowed tells a file that grows under our eyes from one that fits.
+	const QByteArray bytes = file.read(kMaxNoteBytes + 1);
+	if (file.error() != QFileDevice::NoError) {
+		error = text("FileReadFailed") + path;
+		return false;
+	}
+	return decodeNote(bytes, note, error);
+}
+
+bool holdsNoteOf(const QString &path, const QString &sceneId)
+{
+	NoteFile note;
+	QString error;
+	return loadNoteFile(path, note, error) && note.sceneId == sceneId;
+}
+
+void report(QString *error, const QString &message)
+{
+	if (error) {
+		*error = message;
+	}
+}
+
+} // namespace
+
+NoteStore::NoteStore(const QString &folder) : folder_(QDir::cleanPath(folder)) {}
+
+QString NoteStore::filePath(obs_source *scene) const
+{
+	if (!scene) {
+		return {};
+	}
+	const QString file = readRecord(scene).file;
+	return isBareNoteFileName(file) ? QDir(folder_).filePath(file) : QString();
+}
+
+QString NoteStore::read(obs_source *scene, QString *error) const
+{
+	const QString path = filePath(scene);
+	if (path.isEmpty() || isMissing(path)) {
+		return {};
+	}
+	NoteFile note;
+	QString message;
+	if (!loadNoteFile(path, note, message)) {
+		report(error, message);
+		return {};
+	}
+	if (note.sceneId != sceneUuid(scene)) {
+		report(error, text("NoteSceneMismatch"));
+		return {};
+	}
+	return note.html;
+}
+
+QString NoteStore::destination(const QString &name, const QString &current, const QSet<QString> &taken) const
+{
+	const QDir folder(folder_);
+	QSet<QString> used = taken;
+	const QStringList entries = folder.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+	for (const QString &entry : entries) {
+		if (folder.filePath(entry) != current) {
+			used.insert(entry.toCaseFolded());
+		}
+	}
+	const QString stem = noteName(name);
+	QString candidate = stem + QStringLiteral(".json");
+	for (quint64 n = 2; used.contains(candidate.toCaseFolded()); ++n) {
+		candidate = QStringLiteral("%1_%2.json").arg(stem, QString::number(n));
+	}
+	return folder.filePath(candidate);
+}
+
+NoteTarget NoteStore::prepare(obs_source *scene, const QSet<QString> &taken) const
+{
+	const QString name = sceneName(scene);
+	const QString current = filePath(scene);
+	const bool isKept = !current.isEmpty() &&
+			    (readRecord(scene).name == name ||
+			     QFileInfo(current).completeBaseName().compare(noteName(name), Qt::CaseInsensitive) == 0);
+	return {sceneUuid(scene), name, isKept ? current : destination(name, current, taken), current};
+}
+
+void NoteStore::accept(obs_source *scene, const NoteTarget &target)
+{
+	if (readRecord(scene).name == target.sceneName && target.path == target.previousPath) {
+		return;
+	}
+	writeRecord(scene, target);
+	isReferenceChanged_ = true;
+	// On a file system that ignores letter case both names are the same file.
+	if (!target.previousPath.isEmpty() && target.previousPath.compare(target.path, Qt::CaseInsensitive) != 0 &&
+	    !QFileInfo(target.previousPath).isSymLink()) {
+		QFile::remove(target.previousPath);
+	}
+}
+
+bool NoteStore::save(const NoteTarget &target, const Note &note, QString *error, const QDateTime &modified) const
+{
+	QString message;
+	const bool isSaved = !QFileInfo(target.path).isSymLink() &&
+			     saveNoteFile(target.path, encodeNote({target.sceneId, target.sceneName, note.html}), message,
+					  modified);
+	if (!isSaved) {
+		report(error, message.isEmpty() ? text("NoteSaveFailed") : message);
+	}
+	return isSaved;
+}
+
+bool NoteStore::write(obs_source *scene, const Note &note, QString *error, const QDateTime &modified)
+{
+	if (!scene) {
+		report(error, text("SelectScene"));
+		return false;
+	}
+	const NoteTarget target = prepare(scene, {});
+	if (!save(target, note, error, modified)) {
+		return false;
+	}
+	accept(scene, target);
+	return true;
+}
+
+bool NoteStore::writeDetached(NoteTarget &target, const Note &note, QString *error) const
+{
+	NoteTarget place = target;
+	if (place.path.isEmpty() || (!isMissing(place.path) && !holdsNoteOf(place.path, place.sceneId))) {
+		place.path = destination(place.sceneName, {}, {});
+	}
+	if (!save(place, note, error, {})) {
+		return false;
+	}
+	target = place;
+	return true;
+}
+
+void NoteStore::reattach(obs_source *scene, const QString &path)
+{
+	if (scene && filePath(scene).isEmpty() && holdsNoteOf(path, sceneUuid(scene))) {
+		accept(scene, {sceneUuid(scene), sceneName(scene), path, {}});
+	}
+}
+
+bool NoteStore::rename(obs_source *scene, QString *error)
+{
+	const QString path = filePath(scene);
+	if (path.isEmpty() || readRecord(scene).name == sceneName(scene)) {
+		return true;
+	}
+	const QDateTime modified = QFileInfo(path).lastModified();
+	QString readError;
+	const QString html = read(scene, &readError);
+	if (!readError.isEmpty()) {
+		report(error, readError);
+		return false;
+	}
+	return write(scene, {html}, error, modified);
+}
+
+bool NoteStore::clearExpired(obs_source *scene, const QDateTime &cutoff, QString *error)
+{
+	const QString path = filePath(scene);
+	if (path.isEmpty() || !cutoff.isValid() || !QFileInfo::exists(path)) {
+		return false;
+	}
+	const QDateTime modified = QFileInfo(path).lastModified();
+	if (!modified.isValid() || modified > cutoff) {
+		return false;
+	}
+	QString readError;
+	const QString html = read(scene, &readError);
+	if (!readError.isEmpty()) {
+		report(error, readError);
+		return false;
+	}
+	return !html.isEmpty() && write(scene, {}, error);
+}
+
+bool NoteStore::takeReferenceChanges()
+{
+	return std::exchange(isReferenceChanged_, false);
+}
+
+} // namespace quillbay

@@ -1,0 +1,94 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#include "host/test_host.hpp"
+
+#include <obs-module.h>
+#include <util/text-lookup.h>
+
+// The texts that the host would look up for the module.
+const char *obs_module_text(const char *key)
+{
+	static lookup_t *const texts = text_lookup_create(QUILLBAY_LOCALE_FILE);
+	const char *found = key;
+	text_lookup_getstr(texts, key, &found);
+	return found;
+}
+
+namespace quillbay::test {
+
+namespace {
+
+OBSDataAutoRelease recordData(obs_source_t *scene)
+{
+	const OBSDataAutoRelease settings = obs_source_get_private_settings(scene);
+	return obs_data_get_obj(settings, "quillbay");
+}
+
+} // namespace
+
+Host::Host()
+{
+	const QByteArray path = config_.path().toUtf8();
+	if (!obs_startup("en-US", path.constData(), nullptr)) {
+		qFatal("libobs did not start: is there an X display?");
+	}
+}
+
+Host::~Host()
+{
+	frontend() = {};
+	obs_shutdown();
+}
+
+OBSSourceAutoRelease makeScene(const QString &name)
+{
+	const QByteArray utf8 = name.toUtf8();
+	return obs_scene_get_source(obs_scene_create(utf8.constData()));
+}
+
+OBSSourceAutoRelease duplicateScene(obs_source_t *scene, const QString &name)
+{
+	const QByteArray utf8 = name.toUtf8();
+	return obs_scene_get_source(
+		obs_scene_duplicate(obs_scene_from_source(scene), utf8.constData(), OBS_SCENE_DUP_REFS));
+}
+
+QString uuidOf(obs_source_t *scene)
+{
+	return QString::fromUtf8(obs_source_get_uuid(scene));
+}
+
+QString recordOf(obs_source_t *scene, const char *key)
+{
+	return QString::fromUtf8(obs_data_get_string(recordData(scene), key));
+}
+
+void setRecord(obs_source_t *scene, const QString &id, const QString &file, const QString &name)
+{
+	const OBSDataAutoRelease record = obs_data_create();
+	const QByteArray idUtf8 = id.toUtf8();
+	const QByteArray fileUtf8 = file.toUtf8();
+	const QByteArray nameUtf8 = name.toUtf8();
+	obs_data_set_string(record, "id", idUtf8.constData());
+	obs_data_set_string(record, "file", fileUtf8.constData());
+	obs_data_set_string(record, "name", nameUtf8.constData());
+	const OBSDataAutoRelease settings = obs_source_get_private_settings(scene);
+	obs_data_set_obj(settings, "quillbay", record);
+}
+
+QByteArray readFile(const QString &path)
+{
+	QFile file(path);
+	return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+	QFile file(path);
+	if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
+		qFatal("cannot write %s", qPrintable(path));
+	}
+}
+
+} // namespace quillbay::test

@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#pragma once
+
+#include <QApplication>
+#include <QFile>
+#include <QString>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "host/fake_frontend.hpp"
+
+#include <obs.hpp>
+
+namespace quillbay::test {
+
+/// Runs libobs for the length of a test program. Needs an X display.
+class Host {
+public:
+	Host();
+	~Host();
+	Q_DISABLE_COPY_MOVE(Host)
+
+private:
+	QTemporaryDir config_;
+};
+
+/// A scene of the host; released with the holder.
+OBSSourceAutoRelease makeScene(const QString &name);
+/// A copy of the scene, private settings and all, as the host's "duplicate" makes it.
+OBSSourceAutoRelease duplicateScene(obs_source_t *scene, const QString &name);
+
+QString uuidOf(obs_source_t *scene);
+/// A string of the scene's note record: "id", "file" or "name".
+QString recordOf(obs_source_t *scene, const char *key);
+void setRecord(obs_source_t *scene, const QString &id, const QString &file, const QString &name);
+
+QByteArray readFile(const QString &path);
+void writeFile(const QString &path, const QByteArray &bytes);
+
+/// Runs the tests of an object inside a host: the body of a test program's main function.
+template<typename Test> int run(int argc, char *argv[])
+{
+	QApplication application(argc, argv);
+	const Host host;
+	Test test;
+	return QTest::qExec(&test, argc, argv);
+}
+
+} // namespace quillbay::test
