@@ -8,14 +8,22 @@
 
 #include "editor/editor.hpp"
 #include "editor/icons.hpp"
+#include "plugin/text.hpp"
 
 #include <QAction>
 #include <QBoxLayout>
+#include <QDoubleSpinBox>
 #include <QEvent>
 #include <QFontMetrics>
 #include <QFrame>
 #include <QLabel>
+#include <QLineEdit>
+#include <QSlider>
+#include <QSpinBox>
+#include <QToolBar>
 #include <QToolButton>
+
+#include <algorithm>
 
 namespace quillbay {
 
@@ -28,6 +36,9 @@ void setSheet(QWidget *widget, const QString &sheet)
 		widget->setStyleSheet(sheet);
 	}
 }
+
+/// Least height of a text line that controls leave room for.
+constexpr int kMinTextHeight = 18;
 
 void setTextColor(QWidget *widget, const QColor &color)
 {
@@ -45,8 +56,16 @@ void Dock::updateAppearance()
 	}
 	const QPalette colors = palette();
 	setSheet(saveError, saveErrorSheet(colors));
-	setSheet(editor, editorSheet(colors));
-	setSheet(readMode, toolButtonSheet(colors));
+	setSheet(editor, editorSheet(colors, previewTextColor, previewHighlight));
+	setSheet(scrollSlider, sliderSheet(colors));
+	const QString buttonSheet = toolButtonSheet(colors);
+	for (QToolButton *button : {readMode, scrollPlay, scrollTop, readingGuide}) {
+		setSheet(button, buttonSheet);
+	}
+	const QString toolbarSheet = toolBarSheet(colors);
+	for (QToolBar *bar : {formatToolbar, paragraphToolbar}) {
+		setSheet(bar, toolbarSheet);
+	}
 	const QString separator = separatorSheet(colors);
 	for (QFrame *frame : std::as_const(separators)) {
 		setSheet(frame, separator);
@@ -55,8 +74,35 @@ void Dock::updateAppearance()
 	for (QLabel *label : {saveStatus, scenePrefix, documentStatus, characterCount, scrollPercent}) {
 		setTextColor(label, muted);
 	}
+	setSheet(searchText, searchSheet(colors));
+	updateIcons();
+}
+
+void Dock::updateIcons()
+{
+	const QPalette colors = palette();
+	for (QToolBar *bar : {formatToolbar, paragraphToolbar}) {
+		const QList<QAction *> actions = bar->actions();
+		for (QAction *action : actions) {
+			const QVariant icon = action->property("quillBayIcon");
+			if (icon.isValid()) {
+				action->setIcon(makeIcon(static_cast<Icon>(icon.toInt()), colors));
+			}
+		}
+		if (auto *more = bar->findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"))) {
+			more->setIcon(makeIcon(Icon::More, colors));
+			more->setToolTip(text("MoreTools"));
+		}
+	}
+	scrollPlay->setIcon(makeIcon(scrollTimer.isActive() ? Icon::Pause : Icon::Scroll, colors));
+	scrollTop->setIcon(makeIcon(Icon::ScrollTop, colors));
+	listStyle->setIcon(makeIcon(Icon::ListStyle, colors));
+	findPrevious->setIcon(makeIcon(Icon::FindPrevious, colors));
+	findNext->setIcon(makeIcon(Icon::FindNext, colors));
+	clearSearchButton->setIcon(makeIcon(Icon::ClearSearch, colors));
 	readAction->setIcon(makeIcon(Icon::Read, colors));
 	remoteQrButton->setIcon(makeIcon(Icon::RemoteQr, colors));
+	guideAction->setIcon(makeIcon(Icon::ReadingGuide, colors));
 }
 
 void Dock::updateControlSizes()
@@ -64,7 +110,22 @@ void Dock::updateControlSizes()
 	if (!bottomControls) {
 		return;
 	}
-	readingControls->setFixedHeight(readMode->sizeHint().expandedTo(buttonSize).height());
+	const auto fix = [this](QWidget *box, const QString &sample, int minimumWidth) {
+		box->setAttribute(Qt::WA_LayoutUsesWidgetRect);
+		box->ensurePolished();
+		box->setFont(font());
+		const QFontMetrics metrics(font());
+		box->setFixedSize(std::max(metrics.horizontalAdvance(sample) + 16, minimumWidth),
+				  std::max(metrics.height(), kMinTextHeight) + 10);
+	};
+	fix(fontSize, QStringLiteral("144"), 44);
+	fix(scrollSpeed, QStringLiteral("5.0×"), 52);
+	searchText->setFixedHeight(fontSize->height());
+	updateSearchMargins();
+	readingControls->setFixedHeight(std::max(scrollSpeed->height(), paragraphToolbar->sizeHint().height()));
+	for (QToolBar *bar : {formatToolbar, paragraphToolbar}) {
+		bar->setFixedWidth(bar->sizeHint().width());
+	}
 	scrollPercent->setFont(font());
 	scrollPercent->setFixedWidth(QFontMetrics(font()).horizontalAdvance(QStringLiteral("100%")));
 	updateControlLayout();
@@ -97,10 +158,13 @@ void Dock::changeEvent(QEvent *event)
 	case QEvent::ApplicationFontChange:
 	case QEvent::FontChange:
 		updateControlSizes();
+		QMetaObject::invokeMethod(this, &Dock::updateControlSizes, Qt::QueuedConnection);
 		break;
 	case QEvent::StyleChange:
 		updateAppearance();
 		updateControlSizes();
+		// The children are polished only after this: what they want to be is known on the next turn.
+		QMetaObject::invokeMethod(this, &Dock::updateControlSizes, Qt::QueuedConnection);
 		break;
 	default:
 		break;

@@ -16,6 +16,7 @@
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QTextBlock>
+#include <QToolButton>
 
 #include <algorithm>
 
@@ -61,7 +62,10 @@ void Dock::bindScene(obs_source_t *scene)
 	if (!flush(true, true)) {
 		return;
 	}
+	setFormatPainter(false, false);
+	hideGoTo();
 	rememberPosition();
+	pauseScroll();
 	currentScene = OBSGetWeakRef(scene);
 	sceneKey = key;
 
@@ -112,12 +116,17 @@ void Dock::showLoadedNote(obs_source_t *scene, const QString &html, const QStrin
 	}
 	updateReadAction();
 	readAction->setEnabled(scene != nullptr);
+	updateEditorActions();
+	scrollPlay->setEnabled(scene != nullptr);
+	guideAction->setEnabled(scene != nullptr);
 	setSceneLabel(nameOf(scene));
 	dirty = false;
 	saveError->hide();
 	saveTimer.stop();
+	syncFormat();
 	showStatus(unavailable ? error : text(scene ? "Loaded" : "SelectScene"));
 	updateDocumentStatus();
+	resetSearch();
 	if (remote) {
 		remote->stateChanged();
 	}
@@ -144,10 +153,15 @@ void Dock::scrollTo(int position)
 {
 	QScrollBar *bar = editor->verticalScrollBar();
 	if (position > bar->maximum()) {
-		// A long text is laid out step by step: until its end is known the range is too short.
-		editor->document()->documentLayout()->blockBoundingRect(editor->document()->lastBlock());
+		layoutWholeNote();
 	}
 	bar->setValue(position);
+}
+
+// A long text is laid out step by step: until its end is known the scroll range is too short.
+void Dock::layoutWholeNote()
+{
+	editor->document()->documentLayout()->blockBoundingRect(editor->document()->lastBlock());
 }
 
 void Dock::rememberPosition()
@@ -170,6 +184,7 @@ void Dock::noteEdited()
 	if (restoring || unavailable) {
 		return;
 	}
+	setFormatPainter(false, false);
 	dirty = true;
 	if (remote) {
 		remote->noteChanged(sceneKey);
@@ -307,8 +322,12 @@ void Dock::setLocked(bool isLocked)
 		remote->lockChanged();
 	}
 	updateReadAction();
+	if (!locked) {
+		pauseScroll();
+	}
 	updateReadOnly();
 	updateSceneStyle();
+	updateEditorActions();
 }
 
 void Dock::setRemoteEditing(bool isEditing)
@@ -317,11 +336,13 @@ void Dock::setRemoteEditing(bool isEditing)
 		return;
 	}
 	flush(false, true);
+	pauseScroll();
 	remoteEditing = isEditing;
 	updateReadOnly();
 	updateReadAction();
 	readAction->setToolTip(text("ReadTip"));
 	editor->setToolTip(remoteEditing ? text("RemoteEditing") : QString());
+	updateEditorActions();
 }
 
 void Dock::updateReadOnly()
@@ -357,6 +378,8 @@ bool Dock::applyRemoteHtml(obs_source_t *scene, const QString &html)
 		editor->setPlaceholderText({});
 		updateReadOnly();
 		rememberTarget(scene);
+		updateEditorActions();
+		invalidateSearch(false);
 		updateDocumentStatus();
 	}
 	flush(true, true);
@@ -368,11 +391,14 @@ void Dock::shutdown()
 	if (shutDown) {
 		return;
 	}
+	hideGoTo();
 	if (remote) {
 		remote->shutdown();
 	}
 	rememberPosition();
 	flush(false, true);
+	pauseScroll();
+	searchTimer.stop();
 	savePreferences();
 	shutDown = true;
 }

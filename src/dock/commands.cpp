@@ -4,6 +4,7 @@
 // What hotkeys, buttons and remote devices can ask of the dock.
 
 #include "dock/dock.hpp"
+#include "dock/speed.hpp"
 
 #include "editor/editor.hpp"
 #include "plugin/text.hpp"
@@ -20,7 +21,29 @@ void Dock::command(Command command)
 		return;
 	}
 	switch (command) {
+	case Command::StartScroll:
+		if (!scrollTimer.isActive()) {
+			startScroll();
+		}
+		break;
+	case Command::PauseScroll:
+		pauseScroll();
+		break;
+	case Command::ToggleScroll:
+		if (isScrollingOrCounting()) {
+			pauseScroll();
+		} else {
+			startScroll();
+		}
+		break;
+	case Command::Faster:
+		setSpeed(speed() + kSpeedStep);
+		break;
+	case Command::Slower:
+		setSpeed(speed() - kSpeedStep);
+		break;
 	case Command::Top:
+		pauseScroll();
 		editor->verticalScrollBar()->setValue(0);
 		showStatus(text("AtTop"));
 		break;
@@ -32,7 +55,11 @@ void Dock::command(Command command)
 			readAction->trigger();
 		}
 		break;
-	default:
+	case Command::InsertMark:
+		insertMark();
+		break;
+	case Command::NextMark:
+		findNextMark();
 		break;
 	}
 }

@@ -1,9 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QuillBay developers
 // SPDX-License-Identifier: GPL-2.0-or-later
 
-// How the dock is built and what it does with its widgets' events.
+// How the dock is built.
 
 #include "dock/dock.hpp"
+#include "dock/reading_band.hpp"
+#include "dock/speed.hpp"
 #include "dock/style.hpp"
 
 #include "editor/editor.hpp"
@@ -11,14 +13,18 @@
 #include "remote/remote.hpp"
 
 #include <QAction>
+#include <QApplication>
 #include <QBoxLayout>
+#include <QCheckBox>
 #include <QClipboard>
+#include <QDoubleSpinBox>
 #include <QFileInfo>
-#include <QGuiApplication>
-#include <QKeyEvent>
+#include <QFrame>
 #include <QLabel>
-#include <QPointer>
+#include <QLineEdit>
 #include <QScrollBar>
+#include <QSlider>
+#include <QToolBar>
 #include <QToolButton>
 #include <QToolTip>
 
@@ -31,12 +37,15 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kSaveDelay = 500ms;
+constexpr auto kFrameInterval = 16ms;
+constexpr auto kCountdownInterval = 100ms;
+constexpr const char *kReadingGuideKey = "readingGuide";
+constexpr const char *kStartCountdownKey = "startCountdown";
 constexpr QSize kMinimumSize{700, 300};
 constexpr int kDockMargin = 4;
 constexpr int kBracketWidth = 10;
 constexpr int kQrButtonSize = 24;
-/// Where the QR button sits: this far right of the viewport, this far below its top.
-constexpr QPoint kQrOffset{2, 4};
+constexpr int kSeparatorSpacing = 4;
 
 QString notesFolder(const QString &settingsPath)
 {
@@ -97,12 +106,18 @@ Dock::Dock(const QString &settingsPath, QWidget *parent)
 
 	buildTopControls();
 	buildEditor();
+	createToolbar();
+	createSearchField();
+	auto *topRow = static_cast<QBoxLayout *>(topControls->layout());
+	addControl(topRow, formatToolbar);
+	addControl(topRow, searchText, 1);
 	buildBottomControls();
 	showStatus(text("InitialStatus"));
 	updateAppearance();
 	updateControlSizes();
 	updateSceneStyle();
 	connectSignals();
+	setSpeed(kMinSpeed);
 	bindScene(nullptr);
 }
 
@@ -124,7 +139,6 @@ void Dock::buildTopControls()
 	for (QLabel *label : {scenePrefix, sceneLabel, saveStatus}) {
 		addControl(row, label);
 	}
-	row->addStretch(1);
 	layout()->addWidget(topControls);
 
 	saveError = makeLabel(this, "saveError");
@@ -146,6 +160,7 @@ void Dock::buildEditor()
 		QToolTip::showText(corner, message, editor);
 	};
 
+	readingBand = new ReadingBand(editor->viewport());
 	remoteQrButton = named(new QToolButton(this), "remoteQrButton");
 	remoteQrButton->setFixedSize(kQrButtonSize, kQrButtonSize);
 	remoteQrButton->setIconSize(iconSize);
@@ -164,22 +179,85 @@ void Dock::buildBottomControls()
 	bottomControls->installEventFilter(this);
 	bottomLayout = makeRow(bottomControls, 8);
 
-	readingControls = named(new QWidget(bottomControls), "readingControls");
-	QBoxLayout *row = makeRow(readingControls, 2);
-	readAction = named(new QAction(text("Read"), this), "Read");
-	readAction->setCheckable(true);
-	readAction->setToolTip(text("ReadTip"));
-	readMode = named(new QToolButton(readingControls), "readMode");
-	readMode->setDefaultAction(readAction);
-	readMode->setFixedSize(buttonSize);
-	readMode->setIconSize(iconSize);
-	addControl(row, readMode);
-	row->addStretch(1);
-
+	buildReadingControls();
 	buildReadingMetrics();
 	bottomLayout->addWidget(readingControls, 1);
 	bottomLayout->addWidget(readingMetrics, 0, Qt::AlignRight);
 	layout()->addWidget(bottomControls);
+}
+
+void Dock::buildReadingControls()
+{
+	readingControls = named(new QWidget(bottomControls), "readingControls");
+	QBoxLayout *row = makeRow(readingControls, 2);
+	const auto addButton = [this, row](const char *name) {
+		auto *button = named(new QToolButton(readingControls), name);
+		button->setFixedSize(buttonSize);
+		button->setIconSize(iconSize);
+		addControl(row, button);
+		return button;
+	};
+	const auto addSwitch = [this](QToolButton *button, const char *name, const char *textKey, const char *tipKey) {
+		auto *action = named(new QAction(text(textKey), this), name);
+		action->setCheckable(true);
+		action->setToolTip(text(tipKey));
+		button->setDefaultAction(action);
+		return action;
+	};
+	readMode = addButton("readMode");
+	readAction = addSwitch(readMode, "Read", "Read", "ReadTip");
+	scrollPlay = addButton("scrollPlay");
+	readingGuide = addButton("readingGuide");
+	guideAction = addSwitch(readingGuide, "ReadingGuide", "ReadingGuide", "ReadingGuide");
+	guideAction->setChecked(settings.value(kReadingGuideKey, true).toBool());
+	scrollTop = addButton("scrollTop");
+	scrollTop->setToolTip(text("TopTip"));
+	scrollTop->setAccessibleName(text("TopTip"));
+	showPlayFace("Scroll", "ScrollTip");
+
+	startCountdown = named(new QCheckBox(QStringLiteral("3s"), readingControls), "startCountdown");
+	startCountdown->setToolTip(text("Countdown"));
+	startCountdown->setAccessibleName(text("Countdown"));
+	startCountdown->setChecked(settings.value(kStartCountdownKey, false).toBool());
+	addControl(row, startCountdown);
+	addControl(row, paragraphToolbar);
+	buildSpeedControls(row);
+}
+
+void Dock::buildSpeedControls(QBoxLayout *row)
+{
+	row->addSpacing(kSeparatorSpacing);
+	addSeparator(row, "speedStartSeparator");
+	row->addSpacing(kSeparatorSpacing);
+	scrollSlider = named(new QSlider(Qt::Horizontal, readingControls), "scrollSlider");
+	scrollSlider->setRange(static_cast<int>(kMinSpeed * 10), static_cast<int>(kMaxSpeed * 10));
+	scrollSlider->setToolTip(text("SpeedTip"));
+	scrollSlider->setAccessibleName(text("Speed"));
+	scrollSlider->setMinimumWidth(8);
+	addControl(row, scrollSlider, 1);
+
+	scrollSpeed = named(new QDoubleSpinBox(readingControls), "scrollSpeed");
+	scrollSpeed->setRange(kMinSpeed, kMaxSpeed);
+	scrollSpeed->setDecimals(1);
+	scrollSpeed->setSingleStep(kSpeedStep);
+	scrollSpeed->setSuffix(QStringLiteral("×"));
+	scrollSpeed->setButtonSymbols(QAbstractSpinBox::NoButtons);
+	scrollSpeed->setAlignment(Qt::AlignCenter);
+	scrollSpeed->setToolTip(text("SpeedTip"));
+	scrollSpeed->setAccessibleName(text("Speed"));
+	addControl(row, scrollSpeed);
+	row->addSpacing(kSeparatorSpacing);
+	addSeparator(row, "speedEndSeparator");
+	row->addSpacing(kSeparatorSpacing);
+}
+
+QFrame *Dock::addSeparator(QBoxLayout *row, const char *name)
+{
+	auto *frame = named(new QFrame(row->parentWidget()), name);
+	frame->setFixedSize(1, 12);
+	addControl(row, frame, 0, Qt::AlignVCenter);
+	separators.append(frame);
+	return frame;
 }
 
 void Dock::buildReadingMetrics()
@@ -192,17 +270,16 @@ void Dock::buildReadingMetrics()
 		addControl(row, label);
 		return label;
 	};
-	const auto addSeparator = [this, row](const char *name) {
-		auto *frame = named(new QFrame(readingMetrics), name);
-		frame->setFixedSize(1, 12);
-		addControl(row, frame, 0, Qt::AlignVCenter);
-		separators.append(frame);
-	};
 	documentStatus = addMetric("documentStatus");
-	addSeparator("characterSeparator");
+	addSeparator(row, "characterSeparator");
 	characterCount = addMetric("characterCount");
-	addSeparator("percentSeparator");
+	addSeparator(row, "percentSeparator");
 	scrollPercent = addMetric("scrollPercent");
+	for (QLabel *label : {documentStatus, scrollPercent}) {
+		label->setCursor(Qt::PointingHandCursor);
+		label->setToolTip(text("GoTo"));
+		label->installEventFilter(this);
+	}
 }
 
 void Dock::connectSignals()
@@ -210,12 +287,9 @@ void Dock::connectSignals()
 	saveTimer.setSingleShot(true);
 	saveTimer.setInterval(kSaveDelay);
 	connect(&saveTimer, &QTimer::timeout, this, [this] { flush(true, true); });
-	connect(editor, &QTextEdit::textChanged, this, &Dock::noteEdited);
-	connect(editor, &QTextEdit::selectionChanged, this, &Dock::updateCharacterStatus);
-	connect(editor->document(), &QTextDocument::blockCountChanged, this, &Dock::updateDocumentStatus);
-	const QScrollBar *bar = editor->verticalScrollBar();
-	connect(bar, &QScrollBar::valueChanged, this, &Dock::updateDocumentStatus);
-	connect(bar, &QScrollBar::rangeChanged, this, &Dock::updateDocumentStatus);
+	connectEditor();
+	connectTeleprompter();
+	connect(qApp, &QApplication::focusChanged, this, &Dock::focusMoved);
 	connect(readAction, &QAction::toggled, this, &Dock::setLocked);
 	connect(remoteQrButton, &QToolButton::clicked, this, [this] {
 		if (!remote) {
@@ -229,92 +303,72 @@ void Dock::connectSignals()
 	});
 }
 
+void Dock::connectEditor()
+{
+	connect(editor, &QTextEdit::textChanged, this, &Dock::noteEdited);
+	connect(editor, &QTextEdit::selectionChanged, this, [this] {
+		if (clearColorPreview()) {
+			updateAppearance();
+		}
+		updateCharacterStatus();
+	});
+	connect(editor, &QTextEdit::currentCharFormatChanged, this, &Dock::syncFormat);
+	connect(editor, &QTextEdit::cursorPositionChanged, this, [this] {
+		updateMarkFormat();
+		syncFormat();
+		if (!searchStale) {
+			updateSearchStatus();
+		}
+	});
+	connect(editor->document(), &QTextDocument::blockCountChanged, this, &Dock::updateDocumentStatus);
+	const QScrollBar *bar = editor->verticalScrollBar();
+	const auto moved = [this] {
+		updateDocumentStatus();
+		updateReadingBand();
+	};
+	connect(bar, &QScrollBar::valueChanged, this, moved);
+	connect(bar, &QScrollBar::rangeChanged, this, moved);
+	connect(bar, &QScrollBar::sliderPressed, this, &Dock::restartHold);
+	connect(bar, &QScrollBar::sliderReleased, this, &Dock::restartHold);
+}
+
+void Dock::connectTeleprompter()
+{
+	scrollTimer.setTimerType(Qt::PreciseTimer);
+	scrollTimer.setInterval(kFrameInterval);
+	connect(&scrollTimer, &QTimer::timeout, this, &Dock::scrollFrame);
+	countdownTimer.setTimerType(Qt::PreciseTimer);
+	countdownTimer.setInterval(kCountdownInterval);
+	connect(&countdownTimer, &QTimer::timeout, this, &Dock::updateCountdown);
+	connect(scrollPlay, &QToolButton::clicked, this, [this] {
+		if (shutDown || restoring) {
+			return;
+		}
+		if (isScrollingOrCounting()) {
+			pauseScroll();
+		} else {
+			startScroll();
+		}
+	});
+	connect(scrollTop, &QToolButton::clicked, this, [this] { command(Command::Top); });
+	connect(scrollSlider, &QSlider::valueChanged, this, [this](int value) { setSpeed(value / 10.0); });
+	connect(scrollSpeed, &QDoubleSpinBox::valueChanged, this, &Dock::setSpeed);
+	connect(guideAction, &QAction::toggled, this, [this](bool isOn) {
+		settings.setValue(kReadingGuideKey, isOn);
+		updateReadingBand();
+	});
+	connect(startCountdown, &QCheckBox::toggled, this, [this](bool isOn) {
+		settings.setValue(kStartCountdownKey, isOn);
+		if (countdownTimer.isActive()) {
+			pauseScroll();
+		}
+	});
+}
+
 void Dock::setSceneLabel(const QString &name)
 {
 	sceneLabel->setText(name);
 	sceneLabel->setToolTip(name);
-}
-
-void Dock::setRemoteAvailable(bool isAvailable)
-{
-	remoteQrButton->setVisible(isAvailable);
-	editor->setQrSpace(isAvailable);
-	placeQrButton();
-}
-
-void Dock::placeQrButton()
-{
-	const QWidget *viewport = editor->viewport();
-	remoteQrButton->move(viewport->mapTo(this, QPoint(viewport->width(), 0) + kQrOffset));
-	remoteQrButton->raise();
-}
-
-void Dock::showEvent(QShowEvent *event)
-{
-	QWidget::showEvent(event);
-	if (sceneKey.isEmpty()) {
-		return;
-	}
-	// The text is laid out for the dock's size only once the dock is on the screen.
-	const QString key = sceneKey;
-	const int position = storedPosition();
-	const auto restore = [this, key, position] {
-		if (sceneKey == key && isVisible()) {
-			scrollTo(position);
-		}
-	};
-	QMetaObject::invokeMethod(this, restore, Qt::QueuedConnection);
-}
-
-void Dock::hideEvent(QHideEvent *event)
-{
-	if (remote) {
-		remote->hideQr();
-	}
-	rememberPosition();
-	flush(true, true);
-	QWidget::hideEvent(event);
-}
-
-bool Dock::eventFilter(QObject *watched, QEvent *event)
-{
-	const QEvent::Type type = event->type();
-	if (watched == bottomControls && (type == QEvent::LayoutRequest || type == QEvent::Resize)) {
-		updateControlLayout();
-	}
-	if (watched == editor->viewport() && type == QEvent::Resize) {
-		resizedViewport();
-	}
-	if (remote && (type == QEvent::Wheel || type == QEvent::MouseButtonPress)) {
-		remote->hideQr();
-	}
-	if (watched == editor && type == QEvent::KeyPress && filterEditorKey(*static_cast<QKeyEvent *>(event))) {
-		return true;
-	}
-	return QWidget::eventFilter(watched, event);
-}
-
-void Dock::resizedViewport()
-{
-	if (remote) {
-		remote->hideQr();
-	}
-	if (remoteQrButton->isVisibleTo(this)) {
-		placeQrButton();
-	}
-}
-
-// True when the key has done its work.
-bool Dock::filterEditorKey(const QKeyEvent &event)
-{
-	if (remote && remote->hideQr() && event.key() == Qt::Key_Escape) {
-		return true;
-	}
-	const bool isPlainPaste = event.key() == Qt::Key_V && event.modifiers() == (Qt::ControlModifier | Qt::ShiftModifier);
-	if (isPlainPaste && !editor->isReadOnly()) {
-		editor->insertCheckedText(QGuiApplication::clipboard()->text());
-	}
-	return isPlainPaste;
 }
 
 } // namespace quillbay

@@ -4,27 +4,41 @@
 #pragma once
 
 #include "dock/command.hpp"
+#include "dock/matches.hpp"
 #include "notes/note_store.hpp"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QSettings>
+#include <QTextCharFormat>
 #include <QTimer>
 #include <QWidget>
+
+#include <functional>
 
 #include <obs.hpp>
 #include <obs-frontend-api.h>
 
 class QAction;
 class QBoxLayout;
+class QCheckBox;
+class QDoubleSpinBox;
 class QFrame;
 class QKeyEvent;
 class QLabel;
+class QLineEdit;
+class QMouseEvent;
+class QSlider;
+class QSpinBox;
+class QToolBar;
 class QToolButton;
 
 namespace quillbay {
 
 class Editor;
+class ReadingBand;
 class Remote;
+enum class Icon : std::int32_t;
 
 /// The notes dock: shows the note of the scene that the host shows, saves every edit half a second after the
 /// last keystroke and before anything that could lose it, and owns the open note.
@@ -81,6 +95,23 @@ public:
 	/// Characters of the open note.
 	[[nodiscard]] int textLength() const;
 
+	// Teleprompter (teleprompter.cpp)
+
+	/// Sets the speed: 1.0 to 5.0 in steps of 0.1, times ten pixels a second. What is no number becomes 1.0.
+	void setSpeed(double speed);
+	[[nodiscard]] double speed() const;
+	/// Starts scrolling, after the countdown where that is wanted; enters read mode.
+	void startScroll();
+	/// Stops scrolling or a running countdown; read mode stays.
+	void pauseScroll();
+	/// How much of the note has been scrolled through, from 0.0 to 1.0.
+	[[nodiscard]] double scrollProgress() const;
+
+	// Search and go-to (search.cpp)
+
+	/// Goes to a paragraph ("12") or a percentage ("40%"). False when the note has no such place.
+	bool goToPosition(const QString &typed);
+
 	// Commands (commands.cpp)
 
 	/// Carries out what a hotkey, a button or a remote device asks for.
@@ -109,19 +140,84 @@ private:
 	void buildTopControls();
 	void buildEditor();
 	void buildBottomControls();
+	void buildReadingControls();
 	void buildReadingMetrics();
+	void buildSpeedControls(QBoxLayout *row);
+	QFrame *addSeparator(QBoxLayout *row, const char *name);
 	void connectSignals();
-	bool filterEditorKey(const QKeyEvent &event);
+	void connectEditor();
+	void connectTeleprompter();
+
+	// Events of the watched widgets (events.cpp)
+	[[nodiscard]] bool filterPainter(QObject *watched, QEvent *event);
+	[[nodiscard]] bool filterGoTo(QObject *watched, QEvent *event);
+	[[nodiscard]] bool filterViewportClick(const QMouseEvent &event);
+	[[nodiscard]] bool filterEditorKey(const QKeyEvent &event);
 	void resizedViewport();
 	void placeQrButton();
-
-	void insertTime();
+	void focusMoved();
 
 	// Appearance (appearance.cpp)
 	void updateAppearance();
+	void updateIcons();
 	void updateControlSizes();
 	void updateControlLayout();
 	void updateSceneStyle();
+
+	// Teleprompter (teleprompter.cpp)
+	void beginScroll();
+	void scrollFrame();
+	void updateCountdown();
+	void updateReadingBand();
+	void showPlayFace(const char *textKey, const char *tooltipKey);
+	void restartHold();
+	[[nodiscard]] bool isScrollingOrCounting() const;
+	[[nodiscard]] bool filterReadingKey(const QKeyEvent &event);
+
+	// Tool bars (toolbar.cpp)
+	void createToolbar();
+	QAction *addToolAction(QToolBar *bar, const char *textKey, const char *name, Icon icon,
+			       const std::function<void()> &run);
+	void addFontActions();
+	void addStyleActions();
+	void addColorActions();
+	void addAlignActions();
+	void addListButton();
+
+	// Formatting (formatting.cpp)
+	void applyFormat(const QTextCharFormat &format);
+	void chooseFont();
+	void chooseColor(const char *titleKey, const QColor &start, void (QTextFormat::*setBrush)(const QBrush &));
+	void setList(int style);
+	void indent(int delta);
+	void clearFormat();
+	void syncFormat();
+	bool clearColorPreview();
+	void setFormatPainter(bool on, bool continuous);
+	void paintSelection();
+	void insertTime();
+	void insertMark();
+	[[nodiscard]] bool removeMarkBeforeCaret();
+	void updateMarkFormat();
+	void updateEditorActions();
+
+	// Search and go-to (search.cpp)
+	void createSearchField();
+	QToolButton *addSearchButton(const char *name, const char *tooltipKey);
+	void connectSearch();
+	void invalidateSearch(bool jump);
+	void resetSearch();
+	void rebuildSearch();
+	void findText(bool backward, bool fromStart);
+	void findNextMark();
+	void updateSearchStatus();
+	void updateSearchMargins();
+	void showSearch();
+	void clearSearch();
+	void showGoTo(bool percent);
+	void hideGoTo();
+	void markGoTo(bool isInvalid, const QString &tooltip);
+	void acceptGoTo();
 
 	// Scenes and their notes (binding.cpp)
 	void continueSameScene(obs_source_t *scene);
@@ -136,6 +232,7 @@ private:
 	void setSceneLabel(const QString &name);
 	[[nodiscard]] int storedPosition() const;
 	void scrollTo(int position);
+	void layoutWholeNote();
 
 	QSettings settings;
 	NoteStore noteStore;
@@ -159,20 +256,73 @@ private:
 	bool shutDown = false;
 	QTimer saveTimer;
 
-	// Widgets
+	// The teleprompter
+	QTimer scrollTimer;
+	QTimer countdownTimer;
+	QElapsedTimer countdownClock;
+	QElapsedTimer frameClock;
+	/// Since when the user's own movement holds the text; invalid without one.
+	QElapsedTimer holdClock;
+	/// The exact offset in pixels; the scroll bar holds its whole part.
+	double scrollPosition = 0;
+
+	// The format painter and the colours shown on a selection
+	QTextCharFormat painterFormat;
+	bool painterContinuous = false;
+	QString previewTextColor;
+	QString previewHighlight;
+
+	// The search
+	std::vector<SearchRange> searchRanges;
+	bool searchStale = true;
+	bool searchJumpPending = false;
+	/// The search is for marks: an edit of the note ends it.
+	bool markSearch = false;
+	QTimer searchTimer;
+
+	// Widgets: top row
 	QWidget *topControls = nullptr;
 	QLabel *scenePrefix = nullptr;
 	QLabel *sceneLabel = nullptr;
 	QLabel *saveStatus = nullptr;
+	QToolBar *formatToolbar = nullptr;
+	QSpinBox *fontSize = nullptr;
+	QAction *boldAction = nullptr;
+	QAction *italicAction = nullptr;
+	QAction *underlineAction = nullptr;
+	QAction *strikeAction = nullptr;
+	QAction *painterAction = nullptr;
+	QLineEdit *searchText = nullptr;
+	QLabel *searchStatus = nullptr;
+	QToolButton *findPrevious = nullptr;
+	QToolButton *findNext = nullptr;
+	QToolButton *clearSearchButton = nullptr;
+	QAction *findAction = nullptr;
+
+	// Widgets: note
 	QLabel *saveError = nullptr;
 	Editor *editor = nullptr;
+	ReadingBand *readingBand = nullptr;
 	QToolButton *remoteQrButton = nullptr;
+	QLineEdit *goToInput = nullptr;
+
+	// Widgets: bottom row
 	QWidget *bottomControls = nullptr;
 	QBoxLayout *bottomLayout = nullptr;
 	QWidget *readingControls = nullptr;
-	QWidget *readingMetrics = nullptr;
 	QToolButton *readMode = nullptr;
 	QAction *readAction = nullptr;
+	QToolButton *scrollPlay = nullptr;
+	QToolButton *readingGuide = nullptr;
+	QAction *guideAction = nullptr;
+	QToolButton *scrollTop = nullptr;
+	QCheckBox *startCountdown = nullptr;
+	QToolBar *paragraphToolbar = nullptr;
+	QList<QAction *> alignActions;
+	QToolButton *listStyle = nullptr;
+	QSlider *scrollSlider = nullptr;
+	QDoubleSpinBox *scrollSpeed = nullptr;
+	QWidget *readingMetrics = nullptr;
 	QLabel *documentStatus = nullptr;
 	QLabel *characterCount = nullptr;
 	QLabel *scrollPercent = nullptr;

@@ -79,6 +79,36 @@ QString toolButtonSheet(const QPalette &palette)
 		     palette.color(QPalette::Button).lighter(120).name());
 }
 
+QString toolBarSheet(const QPalette &palette)
+{
+	return QStringLiteral("QToolBar { border: 0px; padding: 0px; margin: 0px; spacing: 2px; } "
+			      "QToolBar::separator { width: 1px; background: %1; margin: 6px 4px; }")
+		       .arg(separatorColor(palette).name()) +
+	       QLatin1Char(' ') + toolButtonSheet(palette);
+}
+
+QString sliderSheet(const QPalette &palette)
+{
+	return QStringLiteral("QSlider::groove:horizontal { height: 4px; border-radius: 2px; background: %1; } "
+			      "QSlider::sub-page:horizontal { border-radius: 2px; background: %2; } "
+			      "QSlider::handle:horizontal { width: 14px; margin: -3px 0; border-radius: 5px; background: %2; } "
+			      "QSlider::handle:horizontal:hover { background: %3; }")
+		.arg(separatorColor(palette).name(), palette.color(QPalette::Highlight).name(),
+		     isDark(palette) ? QStringLiteral("#d8dce3") : QStringLiteral("#606975"));
+}
+
+QString searchSheet(const QPalette &palette)
+{
+	const QColor muted = mutedColor(palette);
+	return QStringLiteral("QLineEdit { min-height: 0px; padding: 2px 6px; placeholder-text-color: %1; } "
+			      "QLineEdit QLabel { background: transparent; border: 0px; padding: 0px; color: %1; }")
+		.arg(QStringLiteral("rgba(%1, %2, %3, %4)")
+			     .arg(muted.red())
+			     .arg(muted.green())
+			     .arg(muted.blue())
+			     .arg(muted.alpha()));
+}
+
 QString separatorSheet(const QPalette &palette)
 {
 	return QStringLiteral("QFrame { border: 0px; background: %1; }").arg(separatorColor(palette).name());

@@ -28,6 +28,10 @@ QString saveErrorSheet(const QPalette &palette);
 QString editorSheet(const QPalette &palette, const QString &textPreview = {}, const QString &highlightPreview = {});
 /// The sheet of tool buttons that stand alone.
 QString toolButtonSheet(const QPalette &palette);
+/// The sheet of a tool bar and the buttons on it.
+QString toolBarSheet(const QPalette &palette);
+QString sliderSheet(const QPalette &palette);
+QString searchSheet(const QPalette &palette);
 QString separatorSheet(const QPalette &palette);
 
 } // namespace quillbay

@@ -1,0 +1,71 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#include "dock/matches.hpp"
+
+#include <QStringMatcher>
+#include <QTextBlock>
+#include <QTextDocument>
+
+#include <algorithm>
+
+namespace quillbay {
+
+std::vector<SearchRange> findMatches(const QTextDocument &document, const QString &searchText)
+{
+	std::vector<SearchRange> ranges;
+	if (searchText.isEmpty()) {
+		return ranges;
+	}
+	const QStringMatcher matcher(searchText, Qt::CaseInsensitive);
+	const auto length = static_cast<int>(searchText.size());
+	for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+		const QString paragraph = block.text().replace(QChar::Nbsp, QChar::Space);
+		qsizetype index = matcher.indexIn(paragraph);
+		while (index >= 0) {
+			const int start = block.position() + static_cast<int>(index);
+			ranges.push_back({start, start + length});
+			index = matcher.indexIn(paragraph, index + length);
+		}
+	}
+	return ranges;
+}
+
+// The ranges are in order and do not overlap, so a caret's move costs a binary search, however many there are.
+SearchRange nextMatch(const std::vector<SearchRange> &ranges, int selectionStart, int selectionEnd, bool backward)
+{
+	if (backward) {
+		const auto after = std::ranges::upper_bound(ranges, selectionStart, {}, &SearchRange::end);
+		return after == ranges.begin() ? ranges.back() : *std::prev(after);
+	}
+	const auto next = std::ranges::lower_bound(ranges, selectionEnd, {}, &SearchRange::start);
+	return next == ranges.end() ? ranges.front() : *next;
+}
+
+int matchNumber(const std::vector<SearchRange> &ranges, SearchRange selection)
+{
+	const auto found = std::ranges::lower_bound(ranges, selection.start, {}, &SearchRange::start);
+	return found != ranges.end() && *found == selection ? static_cast<int>(found - ranges.begin()) + 1 : 0;
+}
+
+std::optional<GoTo> parseGoTo(const QString &typed, int paragraphs)
+{
+	QString digits = typed.trimmed();
+	if (digits.size() > kMaxGoToLength) {
+		return std::nullopt;
+	}
+	const bool isPercent = digits.endsWith(QLatin1Char('%'));
+	if (isPercent) {
+		digits.chop(1);
+	}
+	bool isNumber = false;
+	const int number = digits.toInt(&isNumber);
+	const int least = isPercent ? 0 : 1;
+	const int most = isPercent ? 100 : paragraphs;
+	if (!isNumber || number < least || number > most) {
+		return std::nullopt;
+	}
+	return GoTo{isPercent, number};
+}
+
+} // namespace quillbay
