@@ -71,7 +71,7 @@ void StoreTest::renames_data()
 	QTest::newRow("letter case") << QStringLiteral("INTRO") << QStringLiteral("Intro.json");
 	QTest::newRow("trailing blank") << QStringLiteral("Intro ") << QStringLiteral("Intro.json");
 	QTest::newRow("device") << QStringLiteral("aux") << QStringLiteral("_aux.json");
-	QTest::newRow("taken") << QStringLiteral("TAKEN") << QStringLiteral("TAKEN_2.json");
+	QTest::newRow("taken") << QStringLiteral("Taken") << QStringLiteral("Taken_2.json");
 }
 
 void StoreTest::renames()
@@ -79,7 +79,7 @@ void StoreTest::renames()
 	QFETCH(QString, name);
 	QFETCH(QString, file);
 	const OBSSourceAutoRelease scene = makeScene(QStringLiteral("Intro"));
-	const OBSSourceAutoRelease taken = makeScene(QStringLiteral("Taken"));
+	const OBSSourceAutoRelease taken = makeScene(QStringLiteral("taken"));
 	const QDateTime modified = QDateTime::fromSecsSinceEpoch(1'600'000'000);
 	QVERIFY(store->write(taken, {QStringLiteral("theirs")}));
 	QVERIFY(store->write(scene, {QStringLiteral("ours")}, nullptr, modified));
