@@ -24,6 +24,9 @@ namespace quillbay {
 
 namespace {
 
+/// While someone types on, writing takes at most one part in this many of the time.
+constexpr int kWriteShare = 20;
+
 QString keyOf(obs_source_t *scene)
 {
 	return scene ? QString::fromUtf8(obs_source_get_uuid(scene)) : QString();
@@ -123,6 +126,7 @@ void Dock::showLoadedNote(obs_source_t *scene, const QString &html, const QStrin
 	dirty = false;
 	saveError->hide();
 	saveTimer.stop();
+	saveDeadline.stop();
 	syncFormat();
 	showStatus(unavailable ? error : text(scene ? "Loaded" : "SelectScene"));
 	updateDocumentStatus();
@@ -192,11 +196,15 @@ void Dock::noteEdited()
 	showStatus(text("Saving"));
 	updateCharacterStatus();
 	saveTimer.start();
+	if (!saveDeadline.isActive()) {
+		saveDeadline.start();
+	}
 }
 
 bool Dock::flush(bool requestHostSave, bool report)
 {
 	saveTimer.stop();
+	saveDeadline.stop();
 	if (dirty) {
 		if (!withinTextLimits(*editor->document())) {
 			editor->onTextLimit();
@@ -228,9 +236,13 @@ bool Dock::writeOpenNote(QString &error)
 	if (!scene) {
 		return writeDetachedNote(error);
 	}
+	QElapsedTimer clock;
+	clock.start();
 	if (!noteStore.write(scene, {editor->toHtml()}, &error)) {
 		return false;
 	}
+	// On a slow disk, or with a vast note, writing while someone types must not cost more than a twentieth.
+	saveDeadline.setInterval(std::max<int>(saveTimer.interval(), kWriteShare * static_cast<int>(clock.elapsed())));
 	rememberTarget(scene);
 	return true;
 }

@@ -286,7 +286,11 @@ void Dock::connectSignals()
 {
 	saveTimer.setSingleShot(true);
 	saveTimer.setInterval(kSaveDelay);
-	connect(&saveTimer, &QTimer::timeout, this, [this] { flush(true, true); });
+	saveDeadline.setSingleShot(true);
+	saveDeadline.setInterval(kSaveDelay);
+	for (const QTimer *timer : {&saveTimer, &saveDeadline}) {
+		connect(timer, &QTimer::timeout, this, [this] { flush(true, true); });
+	}
 	connectEditor();
 	connectTeleprompter();
 	connect(qApp, &QApplication::focusChanged, this, &Dock::focusMoved);

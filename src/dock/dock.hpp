@@ -254,7 +254,10 @@ private:
 	bool collectionReady = false;
 	bool dirty = false;
 	bool shutDown = false;
+	/// Runs out half a second after the last edit.
 	QTimer saveTimer;
+	/// Runs out half a second after the first unsaved edit: someone who types on without a pause is saved too.
+	QTimer saveDeadline;
 
 	// The teleprompter
 	QTimer scrollTimer;
