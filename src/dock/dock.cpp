@@ -243,6 +243,7 @@ void Dock::buildSpeedControls(QBoxLayout *row)
 	scrollSpeed->setSuffix(QStringLiteral("×"));
 	scrollSpeed->setButtonSymbols(QAbstractSpinBox::NoButtons);
 	scrollSpeed->setAlignment(Qt::AlignCenter);
+	scrollSpeed->setStyleSheet(spinBoxSheet("QDoubleSpinBox"));
 	scrollSpeed->setToolTip(text("SpeedTip"));
 	scrollSpeed->setAccessibleName(text("Speed"));
 	addControl(row, scrollSpeed);

@@ -97,6 +97,14 @@ QString sliderSheet(const QPalette &palette)
 		     isDark(palette) ? QStringLiteral("#d8dce3") : QStringLiteral("#606975"));
 }
 
+QString spinBoxSheet(const char *className)
+{
+	return QStringLiteral("%1 { min-height: 0px; min-width: 0px; padding: 2px 6px; } "
+			      "%1 QLineEdit { background: transparent; border: 0px; border-radius: 0px; padding: 0px; "
+			      "margin: 0px; min-height: 0px; min-width: 0px; }")
+		.arg(QLatin1StringView(className));
+}
+
 QString searchSheet(const QPalette &palette)
 {
 	const QColor muted = mutedColor(palette);

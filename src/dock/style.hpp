@@ -31,6 +31,8 @@ QString toolButtonSheet(const QPalette &palette);
 /// The sheet of a tool bar and the buttons on it.
 QString toolBarSheet(const QPalette &palette);
 QString sliderSheet(const QPalette &palette);
+/// The sheet of spin boxes of this class: the host's own leaves room for buttons that ours do not have.
+QString spinBoxSheet(const char *className);
 QString searchSheet(const QPalette &palette);
 QString separatorSheet(const QPalette &palette);
 

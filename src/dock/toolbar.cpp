@@ -28,11 +28,6 @@ constexpr int kMinFontSize = 6;
 constexpr int kMaxFontSize = 144;
 constexpr int kDefaultFontSize = 12;
 
-const QString kFontSizeSheet = QStringLiteral(
-	"QSpinBox { min-height: 0px; min-width: 0px; padding: 2px 6px; } "
-	"QSpinBox QLineEdit { background: transparent; border: 0px; border-radius: 0px; padding: 0px; margin: 0px; "
-	"min-height: 0px; min-width: 0px; }");
-
 constexpr struct {
 	const char *textKey;
 	QTextListFormat::Style style;
@@ -130,7 +125,7 @@ void Dock::addFontActions()
 	fontSize->setKeyboardTracking(false);
 	fontSize->setButtonSymbols(QAbstractSpinBox::NoButtons);
 	fontSize->setAlignment(Qt::AlignCenter);
-	fontSize->setStyleSheet(kFontSizeSheet);
+	fontSize->setStyleSheet(spinBoxSheet("QSpinBox"));
 	formatToolbar->addWidget(fontSize);
 	connect(fontSize, &QSpinBox::valueChanged, this, [this](int points) {
 		QTextCharFormat format;
