@@ -1,0 +1,152 @@
+# shellcheck shell=bash
+# The stages of the tests. Each adds what passed and failed to PASSED and FAILED, shows what failed, and keeps its whole
+# output in the log folder. Needs messages.sh, root.sh and build.sh, and prepare called.
+
+PASSED=0
+FAILED=0
+
+# A stage as a whole, and one test program within, may take this long (seconds).
+STAGE_LIMIT=2400
+PROGRAM_LIMIT=300
+
+stage_log() {
+	printf '%s/%s.log' "$(log_folder)" "$1"
+}
+
+# run_stage NAME COMMAND...: the command's output goes to the stage's log; its status is returned.
+run_stage() {
+	local log status=0
+	log=$(stage_log "$1")
+	mkdir -p "$(dirname "$log")"
+	shift
+	enter timeout --kill-after=20 "$STAGE_LIMIT" "$@" >"$log" 2>&1 </dev/null || status=$?
+	((status != 124 && status != 137)) || printf '\nThe stage was ended after %d s\n' "$STAGE_LIMIT" >>"$log"
+	return "$status"
+}
+
+# count NAME PASSED FAILED
+count() {
+	PASSED=$((PASSED + $2))
+	FAILED=$((FAILED + $3))
+	say "$1: $2 passed, $3 failed"
+}
+
+stage_format() {
+	local files
+	mapfile -t files < <(cd "$REPO" && find src tests bench -name node_modules -prune -o \
+		'(' -name '*.cpp' -o -name '*.hpp' -o -name '*.c' -o -name '*.h' ')' -print | sort)
+	if run_stage format clang-format-22 --dry-run -Werror "${files[@]}"; then
+		count format 1 0
+	else
+		say "Files that clang-format would change (scripts/enter clang-format-22 -i FILE does):"
+		sed -n 's/^\([^:]*\):[0-9].* error: .*/  \1/p' "$(stage_log format)" | sort -u >&2
+		tail -n 5 "$(stage_log format)" >&2
+		count format 0 1
+	fi
+}
+
+# Turns the output of `ctest --verbose` into "passed failed" and, on stderr, what failed. A line of a test begins with
+# its number. Qt Test's own two functions around each program are no tests; a program that failed without a failed
+# function (a crash, a time-out, a leak) counts as one failure.
+count_qt_tests() {
+	awk '
+		function report(number,   line) {
+			print "--- " name[number] > "/dev/stderr"
+			if (number in lines)
+				printf "%s", lines[number] > "/dev/stderr"
+		}
+		match($0, /^[0-9]+: /) {
+			number = substr($0, 1, RLENGTH - 2)
+			text = substr($0, RLENGTH + 1)
+			if (text !~ /^(PASS +|debug|info): /)
+				lines[number] = lines[number] text "\n"
+			if (text ~ /^PASS   :/ && text !~ /::(init|cleanup)TestCase\(\)$/)
+				passes[number]++
+			else if (text ~ /^(FAIL!|XPASS) +:/)
+				failures[number]++
+			next
+		}
+		/^ *[0-9]+\/[0-9]+ Test +#[0-9]+:/ {
+			match($0, /#[0-9]+:/)
+			number = substr($0, RSTART + 1, RLENGTH - 2)
+			name[number] = substr($0, RSTART + RLENGTH + 1)
+			if (!($0 ~ / Passed /) && !failures[number])
+				failures[number]++
+			ended[number] = 1
+		}
+		END {
+			for (number in ended) {
+				passed += passes[number]
+				failed += failures[number]
+				if (failures[number])
+					report(number)
+			}
+			print passed + 0, failed + 0
+		}' "$1"
+}
+
+# unit_stage STAGE PRESET PROGRAM...: the Qt Test programs of a preset; none named: all.
+unit_stage() {
+	local stage=$1 preset=$2 pattern status=0 passed failed
+	shift 2
+	build "$preset"
+	pattern=$(IFS='|' && printf '%s' "$*")
+	run_stage "$stage" env UBSAN_OPTIONS=print_stacktrace=1 "$REPO/scripts/lib/with-display" \
+		ctest --test-dir "$(build_folder "$preset")" --verbose --label-regex '^unit$' --tests-regex "^(${pattern:-.*})\$" \
+		--timeout "$PROGRAM_LIMIT" || status=$?
+	read -r passed failed < <(count_qt_tests "$(stage_log "$stage")")
+	if ((status != 0 && failed == 0)) || ((passed + failed == 0)); then
+		tail -n 25 "$(stage_log "$stage")" >&2
+		failed=1
+	fi
+	count "$stage" "$passed" "$failed"
+}
+
+stage_unit() {
+	unit_stage unit dev "$@"
+}
+
+stage_sanitize() {
+	unit_stage sanitize asan "$@"
+}
+
+e2e_files() {
+	(cd "$REPO/tests/e2e" && printf '%s\n' *.test.mjs)
+}
+
+# Packages of the end-to-end tests, fetched again only when their list changes.
+install_e2e_packages() {
+	local folder=$REPO/tests/e2e
+	[[ -e $folder/package-lock.json ]] || return 0
+	[[ ! $folder/node_modules/.package-lock.json -nt $folder/package-lock.json ]] || return 0
+	step "$(log_folder)/npm.log" "Installing the end-to-end tests' packages" enter npm --prefix "$folder" ci
+}
+
+# What failed stands at the end; without that part, all there is.
+show_e2e_failures() {
+	if grep -q 'failing tests:' "$1"; then
+		sed -n '/failing tests:/,$p' "$1"
+	else
+		tail -n 100 "$1"
+	fi
+}
+
+# The end-to-end tests named (files without .test.mjs), or all: in the real host, one after another.
+stage_e2e() {
+	local files=() name results status=0 passed failed
+	build dev
+	install_e2e_packages
+	for name in "$@"; do files+=("$name.test.mjs"); done
+	((${#files[@]})) || mapfile -t files < <(e2e_files)
+	results=$(log_folder)/e2e.tap
+	rm -f "$results"
+	run_stage e2e env --chdir="$REPO/tests/e2e" QUILLBAY_BUILD="$(build_folder dev)" \
+		QUILLBAY_LOGS="$(log_folder)" node --test --test-concurrency=1 --test-timeout=$((PROGRAM_LIMIT * 1000)) \
+		--test-reporter=spec --test-reporter-destination=stdout \
+		--test-reporter=tap --test-reporter-destination="$results" "${files[@]}" || status=$?
+	read -r passed failed < <(awk '/^# pass / { p = $3 } /^# (fail|cancelled) / { f += $3 } END { print p + 0, f + 0 }' \
+		"$results" 2>/dev/null || echo 0 0)
+	if ((status != 0 && failed == 0)) || ((passed + failed == 0)); then failed=$((failed + 1)); fi
+	((failed == 0)) || show_e2e_failures "$(stage_log e2e)" >&2
+	count e2e "$passed" "$failed"
+}

@@ -1,0 +1,275 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// The real OBS Studio in a home of its own, with our module and the probe, on a display of its own.
+//
+// QUILLBAY_BUILD names the build folder. QUILLBAY_LOGS names a folder for the logs of hosts that ended badly.
+
+import { spawn, execFileSync } from 'node:child_process';
+import { once } from 'node:events';
+import fs from 'node:fs';
+import net from 'node:net';
+import os from 'node:os';
+import path from 'node:path';
+import { setTimeout as sleep } from 'node:timers/promises';
+import { fileURLToPath } from 'node:url';
+import OBSWebSocket from 'obs-websocket-js/json';
+
+export const repository = fileURLToPath(new URL('../..', import.meta.url));
+export const build = process.env.QUILLBAY_BUILD ?? path.join(repository, 'build/trixie-dev');
+const scratch = fs.mkdtempSync(path.join(os.tmpdir(), 'quillbay-e2e-'));
+
+// Whatever ends this process takes the children and the files along.
+const children = new Set();
+process.on('exit', () => {
+	for (const child of children) {
+		child.kill('SIGKILL');
+	}
+	fs.rmSync(scratch, { recursive: true, force: true });
+});
+
+/** Starts a program that dies with this process. */
+function start(command, options) {
+	const child = spawn('setpriv', ['--pdeathsig', 'KILL', ...command], options);
+	children.add(child);
+	child.once('exit', () => children.delete(child));
+	return child;
+}
+
+/** Waits until `probe` answers something true, and returns that. */
+export async function waitFor(what, probe, timeoutMs = 10_000) {
+	const deadline = performance.now() + timeoutMs;
+	for (;;) {
+		const answer = await probe();
+		if (answer) {
+			return answer;
+		}
+		if (performance.now() > deadline) {
+			throw new Error(`waited ${timeoutMs} ms in vain for: ${what}`);
+		}
+		await sleep(20);
+	}
+}
+
+let openedDisplay;
+
+/** The environment of this process's display, with a window manager, opened at the first call. */
+async function display() {
+	openedDisplay ??= (async () => {
+		const server = start(['Xvfb', '-displayfd', '3', '-screen', '0', '1600x1000x24', '-nolisten', 'tcp'], {
+			stdio: ['ignore', 'ignore', 'ignore', 'pipe'],
+		});
+		const [number] = await once(server.stdio[3], 'data');
+		const environment = { DISPLAY: `:${String(number).trim()}`, LIBGL_ALWAYS_SOFTWARE: '1' };
+		const manager = start(['openbox'], { stdio: 'ignore', env: { ...process.env, ...environment } });
+		// A test process ends when its tests have ended.
+		for (const part of [server, server.stdio[3], manager]) {
+			part.unref();
+		}
+		return environment;
+	})();
+	return openedDisplay;
+}
+
+/** Clicks on a point of the screen as the user's hand does. */
+export async function clickScreen([x, y]) {
+	const env = { ...process.env, ...(await display()) };
+	execFileSync('xdotool', ['mousemove', String(x), String(y), 'click', '1'], { env });
+}
+
+async function freePort() {
+	const server = net.createServer().listen(0, '127.0.0.1');
+	await once(server, 'listening');
+	const { port } = server.address();
+	server.close();
+	await once(server, 'close');
+	return port;
+}
+
+function installModule(config, name, module, data) {
+	const folder = path.join(config, 'plugins', name);
+	fs.mkdirSync(path.join(folder, 'bin/64bit'), { recursive: true });
+	fs.symlinkSync(path.join(build, module), path.join(folder, 'bin/64bit', `${name}.so`));
+	if (data) {
+		fs.symlinkSync(data, path.join(folder, 'data'));
+	}
+}
+
+/** A new home. A small picture leaves the processor to what is tested. */
+function layHome(home, hasModule) {
+	const config = path.join(home, '.config/obs-studio');
+	const profile = path.join(config, 'basic/profiles/Untitled');
+	fs.mkdirSync(profile, { recursive: true });
+	fs.mkdirSync(path.join(home, 'run'), { mode: 0o700 });
+	fs.copyFileSync(path.join(repository, 'scripts/lib/home/global.ini'), path.join(config, 'global.ini'));
+	fs.writeFileSync(
+		path.join(profile, 'basic.ini'),
+		'[General]\nName=Untitled\n\n[Video]\nBaseCX=320\nBaseCY=180\nOutputCX=320\nOutputCY=180\nFPSCommon=10\n',
+	);
+	installModule(config, 'quillbay-probe', 'tests/e2e/quillbay-probe.so');
+	if (hasModule) {
+		installModule(config, 'quillbay', 'src/quillbay.so', path.join(repository, 'data'));
+	}
+}
+
+/** Without capabilities file modes count for root too, as they do for users. */
+function withoutPrivileges() {
+	const isPrivileged = !/^CapEff:\s*0+$/m.test(fs.readFileSync('/proc/self/status', 'utf8'));
+	return isPrivileged ? ['setpriv', '--bounding-set=-all', '--inh-caps=-all'] : [];
+}
+
+export class Host {
+	/** All that the host has printed since it was last started. */
+	log = '';
+
+	/**
+	 * @param {{module?: boolean, wrap?: string[], env?: object}} options `module` false leaves ours out; `wrap` is a
+	 * command that runs the host's command; `env` adds to its environment.
+	 */
+	constructor({ module = true, wrap = [], env = {} } = {}) {
+		this.wrap = wrap;
+		this.env = env;
+		this.home = fs.mkdtempSync(path.join(scratch, 'home-'));
+		this.config = path.join(this.home, '.config/obs-studio');
+		layHome(this.home, module);
+	}
+
+	/** Starts the host, at first or once more, and returns when all of it is up. */
+	async start() {
+		const port = await freePort();
+		const folder = path.join(this.config, 'plugin_config/obs-websocket');
+		const settings = {
+			alerts_enabled: false,
+			auth_required: false,
+			first_load: false,
+			server_enabled: true,
+			server_port: port,
+		};
+		fs.mkdirSync(folder, { recursive: true });
+		fs.writeFileSync(path.join(folder, 'config.json'), JSON.stringify(settings));
+		// A host that was killed must not ask for its safe mode.
+		fs.rmSync(path.join(this.config, '.sentinel'), { recursive: true, force: true });
+
+		this.log = '';
+		const obs = ['obs', '--multi', '--disable-shutdown-check', '--disable-missing-files-check'];
+		const env = { ...process.env, ...(await display()), ...this.env, HOME: this.home };
+		env.XDG_RUNTIME_DIR = path.join(this.home, 'run');
+		delete env.XDG_CONFIG_HOME;
+		this.process = start([...this.wrap, ...withoutPrivileges(), ...obs], { stdio: ['ignore', 'pipe', 'pipe'], env });
+		this.ended = once(this.process, 'close');
+		this.isLeaving = false;
+		this.died = this.ended.then(([status, signal]) => {
+			if (!this.isLeaving) {
+				this.keepLog();
+			}
+			throw new Error(`the host has ended (${signal ?? status})`);
+		});
+		this.died.catch(() => {});
+		for (const stream of [this.process.stdout, this.process.stderr]) {
+			stream.setEncoding('utf8').on('data', (text) => (this.log += text));
+		}
+		await this.#connect(port);
+		await waitFor('the host is up', () => this.ask('ready').catch(() => false), 60_000);
+		await this.call('SetCurrentSceneTransition', { transitionName: 'Cut' });
+	}
+
+	async #connect(port) {
+		this.socket = new OBSWebSocket();
+		const isConnected = () => this.socket.connect(`ws://127.0.0.1:${port}`).catch(() => false);
+		await Promise.race([this.died, waitFor('obs-websocket answers', isConnected, 90_000)]);
+	}
+
+	/** Opens the dock beside the picture, in a window that has room for both. */
+	async openDock() {
+		await this.set('@main', 'geometry', [0, 0, 1500, 900]);
+		await this.set('QuillBay', 'floating', false);
+		await this.set('QuillBay', 'visible', true);
+		await waitFor('the dock is open', () => this.get('noteEditor', 'visible'));
+	}
+
+	// --- ending ------------------------------------------------------------------------------------------------------
+
+	/** Ends the host as its user does. Answers its exit status and how many leaks it reports. */
+	async stop() {
+		this.isLeaving = true;
+		this.process.kill('SIGINT');
+		const late = setTimeout(() => this.process.kill('SIGABRT'), 40_000);
+		const [status, signal] = await this.ended;
+		clearTimeout(late);
+		await this.socket.disconnect();
+		if (status !== 0) {
+			this.keepLog();
+		}
+		const [, leaks] = /Number of memory leaks: (\d+)/.exec(this.log) ?? [];
+		return { status: signal ?? status, leaks: Number(leaks) };
+	}
+
+	/** Ends the host at once, as a crash or a power cut does. */
+	async kill() {
+		this.isLeaving = true;
+		this.process.kill('SIGKILL');
+		await this.ended;
+		await this.socket.disconnect().catch(() => {});
+	}
+
+	/** A path as the host sees it, when `wrap` has given the host mounts of its own. */
+	inside(file) {
+		return path.join(`/proc/${this.process.pid}/root`, file);
+	}
+
+	keepLog() {
+		const file = path.join(process.env.QUILLBAY_LOGS ?? os.tmpdir(), `host-${this.process.pid}.log`);
+		fs.writeFileSync(file, this.log);
+		console.error(`the host's log is ${file}`);
+	}
+
+	// --- requests ----------------------------------------------------------------------------------------------------
+
+	/** A request of obs-websocket. */
+	async call(request, data) {
+		return Promise.race([this.died, this.socket.call(request, data)]);
+	}
+
+	/** An operation of the probe. */
+	async ask(op, fields = {}) {
+		const { responseData } = await this.call('CallVendorRequest', {
+			vendorName: 'QuillBayProbe',
+			requestType: 'run',
+			requestData: { json: JSON.stringify({ op, ...fields }) },
+		});
+		const answer = JSON.parse(responseData.json);
+		if (!answer.ok) {
+			throw new Error(`${op} ${JSON.stringify(fields).slice(0, 200)}: ${answer.error}`);
+		}
+		return answer.value;
+	}
+
+	/** One property of a widget or action, or several as an object. */
+	async get(object, property) {
+		const values = await this.ask('get', { object, properties: [property].flat() });
+		return Array.isArray(property) ? values : values[property];
+	}
+
+	async set(object, property, value) {
+		await this.ask('set', { object, property, value });
+	}
+
+	async invoke(object, method) {
+		await this.ask('invoke', { object, method });
+	}
+
+	async key(key, object = 'noteEditor') {
+		await this.ask('key', { object, key });
+	}
+
+	async type(text, { object = 'noteEditor', pauseMs = 0 } = {}) {
+		await this.ask('type', { object, text, pauseMs });
+	}
+
+	/** The longest time, in milliseconds, that the host's window did not react while `work` ran. */
+	async longestStall(work) {
+		await this.ask('stall', { on: true });
+		await work();
+		return this.ask('stall', { on: false });
+	}
+}

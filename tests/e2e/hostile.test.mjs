@@ -1,0 +1,247 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// Notes, records, settings and pasted text that are not what they should be: a clear message, no stall, nothing lost.
+
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import crypto from 'node:crypto';
+import fs from 'node:fs';
+import net from 'node:net';
+import path from 'node:path';
+import { after, before, beforeEach, describe, test } from 'node:test';
+import { setTimeout as sleep } from 'node:timers/promises';
+import { waitFor } from './host.mjs';
+import { Studio, encodeNote, text, viewport } from './studio.mjs';
+
+const longestStallMs = 250;
+
+// Small, but it would freeze the window for seconds or minutes.
+const ruinous = {
+	'tables nested 20 deep': '<table><tr><td>'.repeat(20) + 'x' + '</td></tr></table>'.repeat(20),
+	'50,000 nested blocks': `${'<div>'.repeat(50_000)}x`,
+	'10,000 unclosed inline tags': `${'<b><i><u>'.repeat(10_000)}x`,
+	'a word of 200,000 characters': `<p>${'x'.repeat(200_000)}</p>`,
+	'a table of 20,000 rows': `<table>${'<tr><td>a</td><td>b</td></tr>'.repeat(20_000)}</table>`,
+	'100,000 spans': Array.from({ length: 100_000 }, (_, i) => `<span style="color:#${hex(i)}">x</span>`).join(''),
+};
+
+function hex(number) {
+	return number.toString(16).padStart(6, '0');
+}
+
+async function assertQuick(studio, work) {
+	const stallMs = await studio.longestStall(work);
+	assert.ok(stallMs < longestStallMs, `the window stood still for ${Math.round(stallMs)} ms`);
+}
+
+describe('a note that is not what it should be', () => {
+	const good = '<p>good</p>';
+	let studio;
+	let file;
+	before(async () => {
+		studio = await Studio.open(['Bad']);
+		file = path.join(studio.notesFolder, 'Bad.json');
+	});
+	after(() => studio?.kill());
+
+	// Each time the file is mended, it shows its note as ever.
+	beforeEach(async () => {
+		await studio.show('Scene');
+		fs.rmSync(file, { recursive: true, force: true });
+		await studio.plant('Bad', good);
+		await studio.show('Bad');
+		assert.equal(await studio.plain(), 'good');
+		await studio.show('Scene');
+	});
+
+	/** Shows the scene, whose file now is bad; the reason stands in the empty editor, and the file stays as it is. */
+	async function assertRefused(reason) {
+		const found = fs.lstatSync(file);
+		await assertQuick(studio, () => studio.show('Bad'));
+		const shown = await studio.get('noteEditor', ['placeholderText', 'plainText', 'readOnly']);
+		assert.deepEqual(shown, { placeholderText: reason, plainText: '', readOnly: true });
+		assert.equal(await studio.status(), reason);
+		await studio.type('lost?');
+		await studio.show('Scene');
+		assert.equal(await studio.plain(), '');
+		const left = fs.lstatSync(file);
+		assert.deepEqual([left.ino, left.size, left.mtimeMs], [found.ino, found.size, found.mtimeMs]);
+	}
+
+	const whole = () => fs.readFileSync(file, 'utf8');
+	const outside = () => path.join(studio.home, 'outside.json');
+	const breaks = [
+		['is cut short', 'BackupInvalid', () => fs.truncateSync(file, whole().length - 10)],
+		['is no JSON', 'BackupInvalid', () => fs.writeFileSync(file, crypto.randomBytes(5000))],
+		['is of another version', 'BackupInvalid', () => fs.writeFileSync(file, whole().replace('"version":1', '"version":2'))],
+		['is of another scene', 'NoteSceneMismatch', () => fs.writeFileSync(file, encodeNote({ sceneId: crypto.randomUUID(), sceneName: 'Bad', html: good }))],
+		['is 65 MiB large', 'BackupTooLarge', () => fs.truncateSync(file, 65 * 2 ** 20)],
+		['is a link', 'FileReadFailed', () => { fs.renameSync(file, outside()); fs.symlinkSync(outside(), file); }],
+		['is a folder', 'FileReadFailed', () => { fs.rmSync(file); fs.mkdirSync(file); }],
+		['is a pipe', 'FileReadFailed', () => { fs.rmSync(file); execFileSync('mkfifo', [file]); }],
+		['may not be read', 'FileReadFailed', () => fs.chmodSync(file, 0)],
+	];
+	for (const [what, key, breakFile] of breaks) {
+		test(`a file that ${what} is refused and left alone`, async () => {
+			breakFile();
+			await assertRefused(key === 'FileReadFailed' ? text(key) + file : text(key));
+		});
+	}
+
+	test('a record never leads out of the notes folder', async () => {
+		for (const [index, name] of ['../x.json', 'a\\b.json', 'note.txt', 'sub/x.json'].entries()) {
+			const scene = `Led ${index}`;
+			await studio.addScene(scene);
+			const { uuid } = await studio.sceneInfo(scene);
+			const victim = path.join(studio.notesFolder, name);
+			const secret = encodeNote({ sceneId: uuid, sceneName: scene, html: '<p>secret</p>' });
+			fs.mkdirSync(path.dirname(victim), { recursive: true });
+			fs.writeFileSync(victim, secret);
+			await studio.ask('scene', { scene, record: { id: uuid, file: name, name: scene } });
+			await studio.show(scene);
+			assert.equal(await studio.plain(), '');
+			await studio.type('mine');
+			await studio.waitForSave();
+			assert.equal((await studio.sceneInfo(scene)).record.file, `${scene}.json`);
+			assert.equal(fs.readFileSync(victim, 'utf8'), secret);
+		}
+	});
+
+	for (const [what, html] of Object.entries(ruinous)) {
+		test(`${what}: refused, from a file, the clipboard and the mouse`, async () => {
+			await studio.plant('Bad', html);
+			await assertRefused(text('TextLimit'));
+			await studio.ask('clipboard', { html });
+			await assertQuick(studio, () => studio.key('Ctrl+V'));
+			assert.equal(await studio.status(), text('TextLimit'));
+			await assertQuick(studio, () => studio.ask('drop', { object: viewport, html }));
+			assert.equal(await studio.plain(), '');
+		});
+	}
+});
+
+test('text over the limits is refused whole, on every way in', async () => {
+	const studio = await Studio.open(['Full']);
+	try {
+		const paragraph = 'x'.repeat(10_000);
+		const full = `${paragraph}\nend`;
+		await studio.show('Full');
+		await studio.paste({ text: full });
+		await studio.waitForSave();
+		const longParagraph = `<p>${'y'.repeat(10_001)}</p>`;
+		const entries = {
+			typing: () => studio.key('X'),
+			'input method': () => studio.ask('compose', { object: 'noteEditor', commit: '字' }),
+			'plain text': () => studio.paste({ text: 'z'.repeat(200_000) }),
+			'50 MB of plain text': () => studio.paste({ text: 'z\n', repeat: 25_000_000 }),
+			'rich text': () => studio.paste({ html: longParagraph, text: 'short' }),
+		};
+		for (const [way, enter] of Object.entries(entries)) {
+			await studio.ask('caret', { object: 'noteEditor', position: 5_000 });
+			await studio.show('Scene');
+			await studio.show('Full');
+			await studio.ask('caret', { object: 'noteEditor', position: 5_000 });
+			await assertQuick(studio, enter);
+			assert.equal(await studio.status(), text('TextLimit'), way);
+			assert.equal(await studio.plain(), full, way);
+		}
+		const drops = [{ text: 'z'.repeat(200_001) }, { html: longParagraph }, { text: 'z\n', repeat: 20_000 }];
+		for (const drop of drops) {
+			await assertQuick(studio, () => studio.ask('drop', { object: viewport, at: [60, 10], ...drop }));
+			assert.equal(await studio.plain(), full);
+		}
+		await studio.key('Return');
+		await studio.waitForSave();
+		assert.equal((await studio.savedText('Full')).length, full.length + 1, 'what fits is taken');
+	} finally {
+		await studio.kill();
+	}
+});
+
+test('a settings file of garbage does no harm', async () => {
+	const studio = new Studio();
+	fs.mkdirSync(studio.settingsFolder, { recursive: true });
+	fs.writeFileSync(path.join(studio.settingsFolder, 'settings.ini'), crypto.randomBytes(100_000));
+	await studio.start();
+	try {
+		await studio.openDock();
+		await studio.type('still here');
+		await studio.waitForSave();
+		await studio.key('Ctrl+A');
+		assert.equal((await studio.stop()).status, 0);
+		await studio.start();
+		await studio.openDock();
+		await waitFor('the note is back', async () => (await studio.plain()) === 'still here');
+	} finally {
+		await studio.kill();
+	}
+});
+
+describe('what a note names outside', () => {
+	const token = `outside${crypto.randomUUID()}`;
+	let studio;
+	let server;
+	let trace;
+	let visits = 0;
+	before(async () => {
+		server = net.createServer((socket) => {
+			visits++;
+			socket.destroy();
+		});
+		await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+		const wrap = ['strace', '-f', '--seccomp-bpf', '-s', '500', '-e', 'trace=%file,connect', '-o'];
+		studio = new Studio({ wrap });
+		trace = path.join(studio.home, 'trace');
+		wrap.push(trace, 'setpriv', '--pdeathsig', 'KILL');
+		await studio.start();
+		await studio.openDock();
+		await studio.addScene('Note');
+	});
+	after(async () => {
+		await studio?.kill();
+		server.close();
+	});
+
+	test('is kept and never opened, from a file, the clipboard and the mouse', async () => {
+		const places = [
+			path.join(studio.home, `${token}.png`),
+			`file://${studio.home}/${token}.png`,
+			`${token}/relative.png`,
+			`//${token}/share/x.png`,
+			`file://${token}/share/x.png`,
+			`http://127.0.0.1:${server.address().port}/${token}.png`,
+			`http://${token}.invalid/x.png`,
+		];
+		fs.writeFileSync(path.join(studio.home, `${token}.png`), 'no picture');
+		const html = places
+			.map((place) => `<html><head><style>@import url("${place}"); p { background-image: url("${place}"); }</style>
+				<link rel="stylesheet" href="${place}"></head><body background="${place}">
+				<p>text<img src="${place}" width="9" height="9"></p>
+				<table background="${place}"><tr><td background="${place}">cell</td></tr></table></body></html>`);
+		const look = async () => {
+			await studio.ask('grab', { object: '@main', file: path.join(studio.home, 'look.png') });
+			await sleep(300);
+		};
+		for (const page of html) {
+			await studio.show('Scene');
+			const file = path.join(studio.notesFolder, 'Note.json');
+			fs.rmSync(file, { force: true });
+			await studio.plant('Note', page);
+			await studio.show('Note');
+			assert.match(await studio.plain(), /text/);
+			await look();
+			await studio.key('Ctrl+A');
+			await studio.paste({ html: page });
+			await look();
+			await studio.ask('drop', { object: viewport, html: page });
+			await look();
+			await studio.waitForSave();
+			assert.ok(fs.readFileSync(file, 'utf8').includes(token), 'the note keeps what it names');
+		}
+		const opened = fs.readFileSync(trace, 'utf8');
+		assert.ok(opened.includes('Note.json'), 'the trace sees what is opened');
+		assert.equal(opened.split('\n').find((line) => line.includes(token)), undefined);
+		assert.equal(visits, 0);
+	});
+});

@@ -1,0 +1,179 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// A note stays with its scene, whatever becomes of the scene's name, the scene and its collection.
+
+import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import path from 'node:path';
+import { after, before, test } from 'node:test';
+import { setTimeout as sleep } from 'node:timers/promises';
+import { waitFor } from './host.mjs';
+import { Studio, readNote } from './studio.mjs';
+
+let studio;
+before(async () => {
+	studio = await Studio.open([]);
+});
+after(() => studio?.kill());
+
+/** Adds a scene with a note, and waits until that is saved. */
+async function addNote(scene, note) {
+	await studio.addScene(scene);
+	await studio.show(scene);
+	await studio.type(note);
+	await studio.waitForSave();
+}
+
+/** The scene's record names this file, and the file this scene. */
+async function assertFile(scene, name) {
+	const { uuid, record } = await studio.sceneInfo(scene);
+	assert.deepEqual(record, { id: uuid, file: name, name: scene });
+	const note = readNote(path.join(studio.notesFolder, name));
+	assert.deepEqual(Object.keys(note), ['format', 'version', 'sceneId', 'sceneName', 'html']);
+	assert.deepEqual([note.format, note.version, note.sceneId, note.sceneName], ['OBS-QuillBay', 1, uuid, scene]);
+}
+
+async function rename(scene, name) {
+	await studio.call('SetSceneName', { sceneName: scene, newSceneName: name });
+	await waitFor(`the record follows to ${name}`, async () => (await studio.sceneInfo(name)).record?.name === name);
+}
+
+test('a renamed scene keeps its note, in a file with a name that every system takes', async () => {
+	const emoji = '😀'.repeat(200);
+	const names = [
+		['INTRO', 'Intro.json'],
+		['INTRO ', 'Intro.json'],
+		['con', '_con.json'],
+		['a/b\\c: "d"', 'a_b_c_ _d_.json'],
+		['..', 'Scene.json'],
+		[emoji, `${'😀'.repeat(45)}.json`],
+		['Intro', 'Intro.json'],
+	];
+	await addNote('Intro', 'intro text');
+	const writtenMs = (file) => Math.trunc(fs.statSync(path.join(studio.notesFolder, file)).mtimeMs);
+	const written = writtenMs('Intro.json');
+	let scene = 'Intro';
+	for (const [name, file] of names) {
+		await rename(scene, name);
+		await assertFile(name, file);
+		assert.equal(await studio.get('sceneLabel', 'text'), name);
+		assert.equal(await studio.plain(), 'intro text');
+		assert.equal(writtenMs(file), written, 'a rename is no edit');
+		assert.deepEqual(fs.readdirSync(studio.notesFolder), [file], 'nothing stays behind');
+		scene = name;
+	}
+});
+
+test('a rename of another scene, and one amid an edit, move the note too', async () => {
+	await addNote('First', 'first text');
+	await addNote('Second', 'second text');
+	await rename('First', 'Else');
+	await assertFile('Else', 'Else.json');
+	await studio.type('+');
+	await rename('Second', 'else');
+	await waitFor('the note moves', async () => (await studio.noteFile('else')).endsWith('else_2.json'));
+	await assertFile('else', 'else_2.json');
+	assert.equal(await studio.savedText('else'), 'second text+');
+	assert.equal(await studio.savedText('Else'), 'first text');
+	assert.ok(!fs.existsSync(path.join(studio.notesFolder, 'Second.json')));
+});
+
+test('a duplicated scene begins with a note of its own', async () => {
+	await addNote('Original', 'original text');
+	await studio.duplicateScene('Original', 'Copy');
+	assert.equal(await studio.plain(), '');
+	await rename('Original', 'ORIGINAL');
+	await studio.call('SetSceneName', { sceneName: 'Copy', newSceneName: 'original' });
+	await studio.type('copy text');
+	await studio.waitForSave();
+	await assertFile('original', 'original_2.json');
+	assert.equal(await studio.savedText('ORIGINAL'), 'original text');
+});
+
+test('a removed scene comes back with its note and the last keystroke', async () => {
+	await studio.addScene('Fresh');
+	await studio.show('Fresh');
+	for (const note of ['never saved', 'never saved, twice']) {
+		await studio.key('Ctrl+A');
+		await studio.type(note);
+		await studio.choose('on_actionRemoveScene_triggered', () => studio.key('Return', '@modal'));
+		await waitFor('the scene is gone', async () => (await studio.get('sceneLabel', 'text')) !== 'Fresh');
+		// The bare host crashes when it undoes a removal that it is not quite done with.
+		await sleep(300);
+		await studio.invoke('actionMainUndo', 'trigger');
+		await studio.waitForScene('Fresh');
+		assert.equal(await studio.plain(), note);
+		await studio.key('Ctrl+End');
+		await studio.type('.');
+		await studio.waitForSave();
+		assert.equal(await studio.savedText('Fresh'), `${note}.`);
+		await assertFile('Fresh', 'Fresh.json');
+	}
+});
+
+test('a scene removed by a program amid an edit loses nothing', async () => {
+	await studio.addScene('Doomed');
+	await studio.show('Doomed');
+	await studio.type('last words');
+	await studio.call('RemoveScene', { sceneName: 'Doomed' });
+	const file = path.join(studio.notesFolder, 'Doomed.json');
+	await waitFor('the words are saved', () => fs.existsSync(file) && readNote(file).html.includes('last words'));
+	await waitFor('the dock goes on', async () => (await studio.get('sceneLabel', 'text')) !== 'Doomed');
+	assert.ok(await studio.get('noteEditor', 'enabled'));
+});
+
+test('collections keep their notes apart', async () => {
+	const leave = (name) => studio.call('SetCurrentSceneCollection', { sceneCollectionName: name });
+	const waitForNote = (note) => waitFor(`the note ${note}`, async () => (await studio.plain()) === note);
+	await addNote('Shared', 'of the first');
+	await studio.call('CreateSceneCollection', { sceneCollectionName: 'Second' });
+	await studio.waitForScene('Scene');
+	assert.equal(await studio.plain(), '');
+	await addNote('Shared', 'of the second');
+	await assertFile('Shared', 'Shared_2.json');
+	await studio.type(', unsaved');
+	await leave('Untitled');
+	await waitForNote('of the first');
+	await assertFile('Shared', 'Shared.json');
+	await leave('Second');
+	await waitForNote('of the second, unsaved');
+
+	await studio.choose('on_actionDupSceneCollection_triggered', () => studio.fillName('Third'));
+	await studio.waitForScene('Shared');
+	await studio.key('Ctrl+A');
+	await studio.type('of the third');
+	await studio.waitForSave();
+	const { uuid } = await studio.sceneInfo('Shared');
+	await leave('Second');
+	await studio.waitForScene('Shared');
+	// Where the host gives the copy the same UUIDs, both collections hold the same scene.
+	const isSameScene = (await studio.sceneInfo('Shared')).uuid === uuid;
+	await waitForNote(isSameScene ? 'of the third' : 'of the second, unsaved');
+	await leave('Untitled');
+	await waitForNote('of the first');
+});
+
+test('in studio mode the dock follows the preview', async () => {
+	const preview = async (sceneName) => {
+		await studio.call('SetCurrentPreviewScene', { sceneName });
+		await studio.waitForScene(sceneName);
+	};
+	await addNote('On air', 'on air');
+	await studio.addScene('Next');
+	await studio.call('SetStudioModeEnabled', { studioModeEnabled: true });
+	await preview('Next');
+	await studio.type('up next');
+	await preview('On air');
+	assert.equal(await studio.savedText('Next'), 'up next');
+	assert.equal(await studio.plain(), 'on air');
+	await preview('Next');
+	assert.equal(await studio.plain(), 'up next');
+	await studio.call('SetStudioModeEnabled', { studioModeEnabled: false });
+	await studio.waitForScene('On air');
+
+	assert.equal((await studio.stop()).status, 0);
+	await studio.start();
+	await studio.show('Next');
+	assert.equal(await studio.plain(), 'up next');
+});

@@ -1,0 +1,164 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// What a presenter does in the host and with the notes, and where the notes lie.
+
+import fs from 'node:fs';
+import path from 'node:path';
+import { Host, clickScreen, repository, waitFor } from './host.mjs';
+
+const locale = new Map();
+for (const line of fs.readFileSync(path.join(repository, 'data/locale/en-US.ini'), 'utf8').split('\n')) {
+	const [, key, value] = /^(\w+)="(.*)"$/.exec(line) ?? [];
+	locale.set(key, value);
+}
+
+/** The English text of a key. */
+export function text(key) {
+	if (!locale.has(key)) {
+		throw new Error(`no text for ${key}`);
+	}
+	return locale.get(key);
+}
+
+/** Where the mouse and drops reach the editor, and its scroll bar. */
+export const viewport = 'noteEditor qt_scrollarea_viewport';
+export const scrollBar = 'noteEditor qt_scrollarea_vcontainer .QScrollBar';
+
+export class Studio extends Host {
+	/** A running host with the dock open over the scenes named. */
+	static async open(scenes, options) {
+		const studio = new Studio(options);
+		await studio.start();
+		await studio.openDock();
+		for (const scene of scenes) {
+			await studio.addScene(scene);
+		}
+		return studio;
+	}
+
+	get settingsFolder() {
+		return path.join(this.config, 'plugin_config/quillbay');
+	}
+
+	get notesFolder() {
+		return path.join(this.settingsFolder, 'notes');
+	}
+
+	// --- scenes ------------------------------------------------------------------------------------------------------
+
+	async addScene(name) {
+		await this.call('CreateScene', { sceneName: name });
+	}
+
+	/** Puts a scene on air and waits until its note shows. */
+	async show(scene) {
+		await this.call('SetCurrentProgramScene', { sceneName: scene });
+		await this.waitForScene(scene);
+	}
+
+	async waitForScene(scene) {
+		await waitFor(`the dock shows ${scene}`, async () => (await this.get('sceneLabel', 'text')) === scene);
+	}
+
+	/** Clicks on a scene in the host's list. */
+	async clickScene(scene) {
+		await clickScreen(await this.ask('item', { object: 'scenes', text: scene }));
+	}
+
+	/** Chooses an entry of the host's menus; `answer` then drives the dialog that it opens. */
+	async choose(action, answer) {
+		await this.invoke('@main', action);
+		await waitFor('the dialog is open', () => this.ask('exists', { object: '@modal' }));
+		await answer();
+		await waitFor('the dialog is closed', async () => !(await this.ask('exists', { object: '@modal' })));
+	}
+
+	async duplicateScene(scene, copy) {
+		await this.show(scene);
+		await this.choose('DuplicateSelectedScene', () => this.fillName(copy));
+		await this.waitForScene(copy);
+	}
+
+	async fillName(name) {
+		await this.set('@modal .QLineEdit', 'text', name);
+		await this.invoke('@modal', 'accept');
+	}
+
+	// --- notes -------------------------------------------------------------------------------------------------------
+
+	/** The open note's text. */
+	async plain() {
+		return this.get('noteEditor', 'plainText');
+	}
+
+	/** The message that the dock gives instead of a note that it cannot open. */
+	async refusal() {
+		return this.get('noteEditor', 'placeholderText');
+	}
+
+	/** The latest status message. */
+	async status() {
+		return this.get('saveStatus', 'toolTip');
+	}
+
+	async paste(data) {
+		await this.ask('clipboard', data);
+		await this.key('Ctrl+V');
+	}
+
+	async scrollPosition() {
+		return this.get(scrollBar, 'value');
+	}
+
+	async waitForSave() {
+		await waitFor('the note is saved', async () => (await this.status()) === text('SavedNote'));
+	}
+
+	/** The scene's UUID and note record. */
+	async sceneInfo(scene) {
+		return this.ask('scene', { scene });
+	}
+
+	async noteFile(scene) {
+		const { record } = await this.sceneInfo(scene);
+		return path.join(this.notesFolder, record.file);
+	}
+
+	/** The text in the scene's note file. */
+	async savedText(scene) {
+		return plainText(readNote(await this.noteFile(scene)).html);
+	}
+
+	/** Gives a scene a note file with these contents (text or bytes), and shows it. */
+	async plant(scene, html) {
+		const { uuid } = await this.sceneInfo(scene);
+		const file = path.join(this.notesFolder, `${scene}.json`);
+		fs.mkdirSync(this.notesFolder, { recursive: true });
+		fs.writeFileSync(file, encodeNote({ sceneId: uuid, sceneName: scene, html }));
+		await this.ask('scene', { scene, record: { id: uuid, file: path.basename(file), name: scene } });
+		return file;
+	}
+}
+
+export function encodeNote(note) {
+	return JSON.stringify({ format: 'OBS-QuillBay', version: 1, ...note });
+}
+
+/** A note file's members; throws when the file is not whole. */
+export function readNote(file) {
+	return JSON.parse(fs.readFileSync(file, 'utf8'));
+}
+
+/** The text of a note's HTML, one line a paragraph: enough for notes that are typed. */
+export function plainText(html) {
+	const body = html.replace(/^[^]*<body[^>]*>/, '');
+	const lines = [...body.matchAll(/<(?:p|li)\b[^>]*>([^]*?)<\/(?:p|li)>/g)].map(([, inner]) => inner);
+	return lines
+		.map((line) => line.replace(/<[^>]*>/g, ''))
+		.join('\n')
+		.replace(/&lt;/g, '<')
+		.replace(/&gt;/g, '>')
+		.replace(/&quot;/g, '"')
+		.replace(/&amp;/g, '&');
+}
