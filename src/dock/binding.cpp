@@ -148,8 +148,9 @@ void Dock::rememberTarget(obs_source_t *scene)
 int Dock::storedPosition() const
 {
 	const auto position = readingPositions.constFind(sceneKey);
-	const int value = position != readingPositions.constEnd() ? *position
-								  : settings.value(positionSetting(sceneKey), 0).toInt();
+	const int value = position != readingPositions.constEnd()
+				  ? *position
+				  : settings.value(positionSetting(sceneKey), 0).toInt();
 	return std::max(value, 0);
 }
 
@@ -293,8 +294,8 @@ void Dock::frontendEvent(obs_frontend_event event)
 		refreshPending = true;
 		return;
 	}
-	const bool isCollectionReady = event == OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED ||
-				       event == OBS_FRONTEND_EVENT_FINISHED_LOADING;
+	const bool isCollectionReady =
+		event == OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED || event == OBS_FRONTEND_EVENT_FINISHED_LOADING;
 	switch (event) {
 	case OBS_FRONTEND_EVENT_SCENE_CHANGED:
 	case OBS_FRONTEND_EVENT_SCENE_LIST_CHANGED:

@@ -52,7 +52,8 @@ QString notesFolder(const QString &settingsPath)
 	return QFileInfo(settingsPath).absolutePath() + QStringLiteral("/notes");
 }
 
-template<typename Widget> Widget *named(Widget *widget, const char *name)
+template <typename Widget>
+Widget *named(Widget *widget, const char *name)
 {
 	widget->setObjectName(QLatin1StringView(name));
 	return widget;
@@ -93,9 +94,7 @@ QBoxLayout *makeRow(QWidget *parent, int spacing)
 } // namespace
 
 Dock::Dock(const QString &settingsPath, QWidget *parent)
-	: QWidget(parent),
-	  settings(settingsPath, QSettings::IniFormat),
-	  noteStore(notesFolder(settingsPath))
+    : QWidget(parent), settings(settingsPath, QSettings::IniFormat), noteStore(notesFolder(settingsPath))
 {
 	setObjectName(QStringLiteral("QuillBayContent"));
 	locked = settings.value(QStringLiteral("locked"), false).toBool();

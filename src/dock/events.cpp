@@ -231,8 +231,8 @@ bool Dock::filterEditorKey(const QKeyEvent &event)
 	if (remote && remote->hideQr() && event.key() == Qt::Key_Escape) {
 		return true;
 	}
-	const bool isPlainPaste = event.key() == Qt::Key_V &&
-				  event.modifiers() == (Qt::ControlModifier | Qt::ShiftModifier);
+	const bool isPlainPaste =
+		event.key() == Qt::Key_V && event.modifiers() == (Qt::ControlModifier | Qt::ShiftModifier);
 	if (isPlainPaste) {
 		if (!editor->isReadOnly()) {
 			editor->insertCheckedText(QGuiApplication::clipboard()->text());

@@ -32,7 +32,8 @@ constexpr qreal kLineHeightPercent = 140;
 constexpr int kBracketedMarkLength = 3;
 
 // Runs `change` on every paragraph that starts before the selection's end, from the one that holds its start.
-template<typename Change> void forEachSelectedParagraph(const QTextCursor &cursor, Change change)
+template <typename Change>
+void forEachSelectedParagraph(const QTextCursor &cursor, Change change)
 {
 	QTextBlock block = cursor.document()->findBlock(cursor.selectionStart());
 	const int end = std::max(cursor.selectionEnd(), cursor.selectionStart() + 1);
@@ -289,7 +290,8 @@ bool Dock::removeMarkBeforeCaret()
 {
 	const QTextCursor cursor = editor->textCursor();
 	QTextCursor mark = markAt(cursor);
-	if (editor->isReadOnly() || cursor.hasSelection() || mark.isNull() || mark.selectionEnd() != cursor.position()) {
+	if (editor->isReadOnly() || cursor.hasSelection() || mark.isNull() ||
+	    mark.selectionEnd() != cursor.position()) {
 		return false;
 	}
 	mark.beginEditBlock();
@@ -334,10 +336,9 @@ void Dock::updateEditorActions()
 	const QList<QAction *> actions = formatToolbar->actions();
 	for (QAction *action : actions) {
 		const QString name = action->objectName();
-		const bool staysOn = name == QLatin1StringView("exportDocument") ||
-				     name == QLatin1StringView("nextMark") ||
-				     (name == QLatin1StringView("importDocument") && unavailable && !locked &&
-				      !remoteEditing);
+		const bool staysOn =
+			name == QLatin1StringView("exportDocument") || name == QLatin1StringView("nextMark") ||
+			(name == QLatin1StringView("importDocument") && unavailable && !locked && !remoteEditing);
 		action->setEnabled(!isReadOnly || staysOn);
 	}
 }

@@ -34,9 +34,9 @@ constexpr int kSearchDelayMs = 160;
 constexpr int kMaxSearchSeed = 256;
 constexpr int kSearchButtonSize = 20;
 
-const QString kSearchButtonSheet = QStringLiteral(
-	"QToolButton { min-width: 0px; min-height: 0px; padding: 0px; margin: 0px; border: 0px; background: transparent; } "
-	"QToolButton:hover { background: palette(button); }");
+const QString kSearchButtonSheet = QStringLiteral("QToolButton { min-width: 0px; min-height: 0px; padding: 0px; "
+						  "margin: 0px; border: 0px; background: transparent; } "
+						  "QToolButton:hover { background: palette(button); }");
 
 const QString kGoToSheet = QStringLiteral(
 	"QLineEdit { min-width: 0px; min-height: 0px; padding: 0px 3px; border: 1px solid palette(highlight); "

@@ -39,11 +39,10 @@ QColor separatorColor(const QPalette &palette)
 
 QString saveErrorSheet(const QPalette &palette)
 {
-	return isDark(palette)
-		       ? QStringLiteral(
-				 "QLabel { color: #ffd2cc; background: #4b2525; border: 1px solid #b96359; border-radius: 3px; }")
-		       : QStringLiteral(
-				 "QLabel { color: #8c2520; background: #fff0ec; border: 1px solid #b96359; border-radius: 3px; }");
+	return isDark(palette) ? QStringLiteral("QLabel { color: #ffd2cc; background: #4b2525; border: 1px solid "
+						"#b96359; border-radius: 3px; }")
+			       : QStringLiteral("QLabel { color: #8c2520; background: #fff0ec; border: 1px solid "
+						"#b96359; border-radius: 3px; }");
 }
 
 QString editorSheet(const QPalette &palette, const QString &textPreview, const QString &highlightPreview)
@@ -55,25 +54,25 @@ QString editorSheet(const QPalette &palette, const QString &textPreview, const Q
 	if (!highlightPreview.isEmpty()) {
 		preview += QStringLiteral("selection-background-color: %1;").arg(highlightPreview);
 	}
-	return QStringLiteral(
-		       "QTextEdit { color: %2; %3 border: 1px solid palette(highlight); } "
-		       "QTextEdit[readOnly=\"true\"], QTextEdit:disabled { border-color: palette(mid); } "
-		       "QTextEdit[readOnly=\"true\"], QTextEdit:!focus { background-color: %1; } "
-		       "QTextEdit[searchMatch=\"true\"] { selection-background-color: #fff200; selection-color: #202126; }")
+	return QStringLiteral("QTextEdit { color: %2; %3 border: 1px solid palette(highlight); } "
+			      "QTextEdit[readOnly=\"true\"], QTextEdit:disabled { border-color: palette(mid); } "
+			      "QTextEdit[readOnly=\"true\"], QTextEdit:!focus { background-color: %1; } "
+			      "QTextEdit[searchMatch=\"true\"] { selection-background-color: #fff200; selection-color: "
+			      "#202126; }")
 		.arg(palette.color(QPalette::Window).darker(115).name(), palette.color(QPalette::WindowText).name(),
 		     preview);
 }
 
 QString toolButtonSheet(const QPalette &palette)
 {
-	return QStringLiteral(
-		       "QToolButton { min-width: %1px; max-width: %1px; min-height: %2px; max-height: %2px; icon-size: %3px; "
-		       "padding: 0px; margin: 0px; border: 0px; border-radius: 3px; background: transparent; } "
-		       "QToolButton:checked { background: %4; } "
-		       "QToolButton#readMode:checked { background: transparent; } "
-		       "QToolButton:enabled:hover, QToolButton#readMode:enabled:hover { background: %5; } "
-		       "QToolButton::menu-indicator { image: none; width: 0px; } "
-		       "QToolButton#qt_toolbar_ext_button { min-width: 16px; max-width: 16px; }")
+	return QStringLiteral("QToolButton { min-width: %1px; max-width: %1px; min-height: %2px; max-height: %2px; "
+			      "icon-size: %3px; "
+			      "padding: 0px; margin: 0px; border: 0px; border-radius: 3px; background: transparent; } "
+			      "QToolButton:checked { background: %4; } "
+			      "QToolButton#readMode:checked { background: transparent; } "
+			      "QToolButton:enabled:hover, QToolButton#readMode:enabled:hover { background: %5; } "
+			      "QToolButton::menu-indicator { image: none; width: 0px; } "
+			      "QToolButton#qt_toolbar_ext_button { min-width: 16px; max-width: 16px; }")
 		.arg(QString::number(buttonSize.width()), QString::number(buttonSize.height()),
 		     QString::number(iconSize.width()), palette.color(QPalette::Mid).name(),
 		     palette.color(QPalette::Button).lighter(120).name());
@@ -91,7 +90,8 @@ QString sliderSheet(const QPalette &palette)
 {
 	return QStringLiteral("QSlider::groove:horizontal { height: 4px; border-radius: 2px; background: %1; } "
 			      "QSlider::sub-page:horizontal { border-radius: 2px; background: %2; } "
-			      "QSlider::handle:horizontal { width: 14px; margin: -3px 0; border-radius: 5px; background: %2; } "
+			      "QSlider::handle:horizontal { width: 14px; margin: -3px 0; border-radius: 5px; "
+			      "background: %2; } "
 			      "QSlider::handle:horizontal:hover { background: %3; }")
 		.arg(separatorColor(palette).name(), palette.color(QPalette::Highlight).name(),
 		     isDark(palette) ? QStringLiteral("#d8dce3") : QStringLiteral("#606975"));

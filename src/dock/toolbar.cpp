@@ -84,7 +84,8 @@ void Dock::createToolbar()
 	formatToolbar->addSeparator();
 	addColorActions();
 	formatToolbar->addSeparator();
-	addToolAction(formatToolbar, "InsertMark", "insertMark", Icon::InsertMark, [this] { command(Command::InsertMark); });
+	addToolAction(formatToolbar, "InsertMark", "insertMark", Icon::InsertMark,
+		      [this] { command(Command::InsertMark); });
 	addToolAction(formatToolbar, "NextMark", "nextMark", Icon::NextMark, [this] { command(Command::NextMark); });
 	setUpButtons(formatToolbar);
 
@@ -93,10 +94,13 @@ void Dock::createToolbar()
 	addAlignActions();
 	paragraphToolbar->addSeparator();
 	addListButton();
-	addToolAction(paragraphToolbar, "DecreaseIndent", "decreaseIndent", Icon::DecreaseIndent, [this] { indent(-1); });
-	addToolAction(paragraphToolbar, "IncreaseIndent", "increaseIndent", Icon::IncreaseIndent, [this] { indent(1); });
+	addToolAction(paragraphToolbar, "DecreaseIndent", "decreaseIndent", Icon::DecreaseIndent,
+		      [this] { indent(-1); });
+	addToolAction(paragraphToolbar, "IncreaseIndent", "increaseIndent", Icon::IncreaseIndent,
+		      [this] { indent(1); });
 	paragraphToolbar->addSeparator();
-	addToolAction(paragraphToolbar, "InsertTime", "insertTime", Icon::InsertTime, [this] { command(Command::InsertTime); });
+	addToolAction(paragraphToolbar, "InsertTime", "insertTime", Icon::InsertTime,
+		      [this] { command(Command::InsertTime); });
 	setUpButtons(paragraphToolbar);
 }
 
@@ -173,7 +177,8 @@ void Dock::addStyleActions()
 	underlineAction = add(
 		"Underline", "formatUnderline", Icon::Underline,
 		[](QTextCharFormat &format, bool isOn) {
-			format.setUnderlineStyle(isOn ? QTextCharFormat::SingleUnderline : QTextCharFormat::NoUnderline);
+			format.setUnderlineStyle(isOn ? QTextCharFormat::SingleUnderline
+						      : QTextCharFormat::NoUnderline);
 		},
 		QKeySequence::Underline);
 	strikeAction = add("Strikethrough", "formatStrike", Icon::Strike,
@@ -223,7 +228,8 @@ void Dock::addListButton()
 	auto *menu = new QMenu(listStyle);
 	for (const auto &entry : kListStyles) {
 		const int style = entry.style;
-		connect(menu->addAction(text(entry.textKey)), &QAction::triggered, this, [this, style] { setList(style); });
+		connect(menu->addAction(text(entry.textKey)), &QAction::triggered, this,
+			[this, style] { setList(style); });
 	}
 	menu->addSeparator();
 	connect(menu->addAction(text("RemoveList")), &QAction::triggered, this, [this] { setList(0); });

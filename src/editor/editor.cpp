@@ -105,8 +105,7 @@ bool Editor::event(QEvent *event)
 {
 	const bool isHandled = QTextEdit::event(event);
 	const QEvent::Type type = event->type();
-	if (!numbers_ ||
-	    (type != QEvent::FocusIn && type != QEvent::FocusOut && type != QEvent::ReadOnlyChange)) {
+	if (!numbers_ || (type != QEvent::FocusIn && type != QEvent::FocusOut && type != QEvent::ReadOnlyChange)) {
 		return isHandled;
 	}
 	if (type == QEvent::ReadOnlyChange) {

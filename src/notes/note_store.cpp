@@ -192,9 +192,9 @@ void NoteStore::accept(obs_source *scene, const NoteTarget &target)
 bool NoteStore::save(const NoteTarget &target, const Note &note, QString *error, const QDateTime &modified) const
 {
 	QString message;
-	const bool isSaved = !QFileInfo(target.path).isSymLink() &&
-			     saveNoteFile(target.path, encodeNote({target.sceneId, target.sceneName, note.html}), message,
-					  modified);
+	const bool isSaved =
+		!QFileInfo(target.path).isSymLink() &&
+		saveNoteFile(target.path, encodeNote({target.sceneId, target.sceneName, note.html}), message, modified);
 	if (!isSaved) {
 		report(error, message.isEmpty() ? text("NoteSaveFailed") : message);
 	}

@@ -47,7 +47,8 @@ public:
 
 	/// A free file path for a scene of this name: its stem, or the stem with "_2", "_3", … appended. `current`
 	/// never counts as used; `taken` holds case-folded file names that are spoken for but not on disk yet.
-	[[nodiscard]] QString destination(const QString &name, const QString &current, const QSet<QString> &taken) const;
+	[[nodiscard]] QString destination(const QString &name, const QString &current,
+					  const QSet<QString> &taken) const;
 
 	/// Where the scene's note goes now: its present file while that still fits its name, else a free one.
 	[[nodiscard]] NoteTarget prepare(obs_source *scene, const QSet<QString> &taken) const;

@@ -37,7 +37,11 @@ public:
 	}
 	Q_DISABLE_COPY_MOVE(DockFixture)
 
-	template<typename T> T *find(const char *name) const { return dock->findChild<T *>(QLatin1StringView(name)); }
+	template <typename T>
+	T *find(const char *name) const
+	{
+		return dock->findChild<T *>(QLatin1StringView(name));
+	}
 	[[nodiscard]] QAction *action(const char *name) const { return find<QAction>(name); }
 	[[nodiscard]] QString status() const { return find<QLabel>("saveStatus")->toolTip(); }
 	[[nodiscard]] QScrollBar *bar() const { return editor->verticalScrollBar(); }

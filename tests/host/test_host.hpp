@@ -40,7 +40,8 @@ QByteArray readFile(const QString &path);
 void writeFile(const QString &path, const QByteArray &bytes);
 
 /// Runs the tests of an object inside a host: the body of a test program's main function.
-template<typename Test> int run(int argc, char *argv[])
+template <typename Test>
+int run(int argc, char *argv[])
 {
 	QApplication application(argc, argv);
 	const Host host;

@@ -28,7 +28,10 @@ public:
 	void noteChanged(const QString &key) override { calls.append(QStringLiteral("note ") + key); }
 	void scrollChanged() override { ++scrolls; }
 	void lockChanged() override { calls.append(QStringLiteral("lock")); }
-	void setCollectionChanging(bool on) override { calls.append(on ? QStringLiteral("off") : QStringLiteral("on")); }
+	void setCollectionChanging(bool on) override
+	{
+		calls.append(on ? QStringLiteral("off") : QStringLiteral("on"));
+	}
 	QString url() const override { return QStringLiteral("http://192.0.2.1:8800/#token"); }
 	void toggleQr(QWidget *) override { calls.append(QStringLiteral("qr")); }
 	bool hideQr() override { return false; }
@@ -64,7 +67,8 @@ private Q_SLOTS:
 	void looksFollowThePalette();
 
 private:
-	template<typename T> T *find(const char *name) const
+	template <typename T>
+	T *find(const char *name) const
 	{
 		return dock->findChild<T *>(QLatin1StringView(name));
 	}

@@ -75,8 +75,8 @@ void FormattingTest::stylesAreOneUndoStep()
 
 void FormattingTest::controlsFollowTheCaret()
 {
-	editor->loadHtml(QStringLiteral(
-		"<p>plain</p><p align=\"right\"><span style=\"font-size:20pt; font-weight:600\"><i>styled</i></span></p>"));
+	editor->loadHtml(QStringLiteral("<p>plain</p><p align=\"right\"><span style=\"font-size:20pt; "
+					"font-weight:600\"><i>styled</i></span></p>"));
 	fixture->select(8, 8);
 	QVERIFY(fixture->action("formatItalic")->isChecked() && !fixture->action("formatUnderline")->isChecked());
 	QVERIFY(fixture->action("alignRight")->isChecked() && !fixture->action("alignLeft")->isChecked());

@@ -118,9 +118,8 @@ void NotesTest::strangersAreRefused_data()
 	const QByteArray good = noteJson("OBS-QuillBay", "1.0", id);
 	QTest::newRow("good") << good << QString();
 	QTest::newRow("good, braces") << noteJson("OBS-QuillBay", "1", "\"{" + kId.toUtf8() + "}\"") << QString();
-	QTest::newRow("good, unknown member") << noteJson("OBS-QuillBay", "1", id,
-							   R"("more":[1],"sceneName":"A","html":"x")")
-					      << QString();
+	QTest::newRow("good, unknown member")
+		<< noteJson("OBS-QuillBay", "1", id, R"("more":[1],"sceneName":"A","html":"x")") << QString();
 	QTest::newRow("nothing") << QByteArray() << invalid;
 	QTest::newRow("cut off") << good.chopped(3) << invalid;
 	QTest::newRow("array") << "[" + good + "]" << invalid;
@@ -185,8 +184,9 @@ void NotesTest::everyTextKeyHasAnEnglishText()
 	}
 	QVERIFY(!keys.isEmpty());
 	QSet<QString> unused = keys;
-	QDirIterator sources(QStringLiteral(QUILLBAY_SOURCE_DIR "/src"), {QStringLiteral("*.cpp"), QStringLiteral("*.hpp")},
-			     QDir::Files, QDirIterator::Subdirectories);
+	QDirIterator sources(QStringLiteral(QUILLBAY_SOURCE_DIR "/src"),
+			     {QStringLiteral("*.cpp"), QStringLiteral("*.hpp")}, QDir::Files,
+			     QDirIterator::Subdirectories);
 	while (sources.hasNext()) {
 		const QString code = QString::fromUtf8(readFile(sources.next()));
 		for (const auto &match : lookup.globalMatch(code)) {

@@ -31,7 +31,8 @@ obs_hotkey_id hotkeyNamed(const char *name)
 }
 
 // The host triggers hotkeys and renames on threads of its own.
-template<typename Call> void onHostThread(Call call)
+template <typename Call>
+void onHostThread(Call call)
 {
 	const std::unique_ptr<QThread> thread(QThread::create(call));
 	thread->start();

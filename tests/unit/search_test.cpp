@@ -140,7 +140,9 @@ void SearchTest::goToInputs_data()
 {
 	QTest::addColumn<QString>("typed");
 	QTest::addColumn<bool>("isAccepted");
-	const auto row = [](const char *typed, bool isAccepted) { QTest::newRow(typed) << QString::fromUtf8(typed) << isAccepted; };
+	const auto row = [](const char *typed, bool isAccepted) {
+		QTest::newRow(typed) << QString::fromUtf8(typed) << isAccepted;
+	};
 	row("1", true);
 	row(" 12 ", true);
 	row("20", true);

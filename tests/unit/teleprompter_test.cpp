@@ -187,7 +187,9 @@ void TeleprompterTest::clicksWithAlt()
 void TeleprompterTest::pausesFor_data()
 {
 	QTest::addColumn<std::function<void(DockFixture &)>>("cause");
-	const auto row = [](const char *name, std::function<void(DockFixture &)> cause) { QTest::newRow(name) << cause; };
+	const auto row = [](const char *name, std::function<void(DockFixture &)> cause) {
+		QTest::newRow(name) << cause;
+	};
 	row("hiding", [](DockFixture &f) { f.dock->hide(); });
 	row("leaving read mode", [](DockFixture &f) { f.dock->setLocked(false); });
 	row("remote editing", [](DockFixture &f) { f.dock->setRemoteEditing(true); });
