@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The QuillBay developers
+# SPDX-License-Identifier: GPL-2.0-or-later
+
 # shellcheck shell=bash
 # Building with CMake's presets. Needs messages.sh and root.sh, and prepare called.
 

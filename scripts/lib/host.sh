@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The QuillBay developers
+# SPDX-License-Identifier: GPL-2.0-or-later
+
 # shellcheck shell=bash
 # The home of a host of our own: its configuration, the demonstration, our module. Needs REPO.
 

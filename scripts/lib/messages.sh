@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The QuillBay developers
+# SPDX-License-Identifier: GPL-2.0-or-later
+
 # shellcheck shell=bash
 # Messages to whoever runs a script, and long steps with their output in a log.
 

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The QuillBay developers
+# SPDX-License-Identifier: GPL-2.0-or-later
+
 # shellcheck shell=bash
 # Where the system is built and run: in the machine's own packages where they are new enough, else in a Debian root of
 # its own, made once and kept in the cache. Needs messages.sh and REPO (the repository's folder).
@@ -215,10 +218,6 @@ has_layers() {
 prepare() {
 	local wanted=$1 lock names
 	shift
-	case $wanted in
-		'' | trixie | forky | "$(own_suite)") ;;
-		*) fail "no suite $wanted: there are trixie and forky" ;;
-	esac
 	mkdir -p "$CACHE/logs"
 	SUITE=${wanted:-$DEFAULT_SUITE}
 	ROOT=$CACHE/root-$SUITE
@@ -233,6 +232,7 @@ prepare() {
 			return
 		fi
 	fi
+	[[ $SUITE == trixie || $SUITE == forky ]] || fail "no suite $SUITE: there are trixie and forky"
 	exec {lock}>"$CACHE/root-$SUITE.lock"
 	flock -n "$lock" || say "Waiting for another run that makes the $SUITE root"
 	flock "$lock"
@@ -269,7 +269,12 @@ compose_enter() {
 	ENTER+=(--tmpfs / --ro-bind "$ROOT/usr" /usr --ro-bind "$ROOT/etc" /etc --ro-bind "$ROOT/var" /var)
 	ENTER+=(--symlink usr/bin /bin --symlink usr/sbin /sbin --symlink usr/lib /lib --symlink usr/lib64 /lib64)
 	ENTER+=(--tmpfs /run --perms 1777 --tmpfs /tmp --perms 1777 --tmpfs /var/tmp --dev /dev --proc /proc "${binds[@]}")
-	ENTER+=(--chdir "$PWD" --die-with-parent --unshare-pid)
+	# A current folder that is not there inside is left for the repository.
+	case $PWD/ in
+		"$REPO"/* | "$CACHE"/*) folder=$PWD ;;
+		*) folder=$REPO ;;
+	esac
+	ENTER+=(--chdir "$folder" --die-with-parent --unshare-pid)
 }
 
 # enter COMMAND...: runs the command there, in the current folder, with a home of its own.

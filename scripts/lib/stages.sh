@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The QuillBay developers
+# SPDX-License-Identifier: GPL-2.0-or-later
+
 # shellcheck shell=bash
 # The stages of the tests. Each adds what passed and failed to PASSED and FAILED, shows what failed, and keeps its whole
 # output in the log folder. Needs messages.sh, root.sh and build.sh, and prepare called.
@@ -5,9 +8,10 @@
 PASSED=0
 FAILED=0
 
-# A stage as a whole, and one test program within, may take this long (seconds).
+# How long a stage as a whole, one unit test program, and one end-to-end test file may take (seconds).
 STAGE_LIMIT=2400
 PROGRAM_LIMIT=300
+E2E_FILE_LIMIT=900
 
 stage_log() {
 	printf '%s/%s.log' "$(log_folder)" "$1"
@@ -50,10 +54,11 @@ stage_format() {
 # function (a crash, a time-out, a leak) counts as one failure.
 count_qt_tests() {
 	awk '
-		function report(number,   line) {
+		function report(number) {
 			print "--- " name[number] > "/dev/stderr"
 			if (number in lines)
 				printf "%s", lines[number] > "/dev/stderr"
+			print "The last function that passed: " last[number] > "/dev/stderr"
 		}
 		match($0, /^[0-9]+: /) {
 			number = substr($0, 1, RLENGTH - 2)
@@ -62,6 +67,8 @@ count_qt_tests() {
 				lines[number] = lines[number] text "\n"
 			if (text ~ /^PASS   :/ && text !~ /::(init|cleanup)TestCase\(\)$/)
 				passes[number]++
+			if (text ~ /^PASS   :/)
+				last[number] = substr(text, 10)
 			else if (text ~ /^(FAIL!|XPASS) +:/)
 				failures[number]++
 			next
@@ -141,7 +148,7 @@ stage_e2e() {
 	results=$(log_folder)/e2e.tap
 	rm -f "$results"
 	run_stage e2e env --chdir="$REPO/tests/e2e" QUILLBAY_BUILD="$(build_folder dev)" \
-		QUILLBAY_LOGS="$(log_folder)" node --test --test-concurrency=1 --test-timeout=$((PROGRAM_LIMIT * 1000)) \
+		QUILLBAY_LOGS="$(log_folder)" node --test --test-concurrency=1 --test-timeout=$((E2E_FILE_LIMIT * 1000)) \
 		--test-reporter=spec --test-reporter-destination=stdout \
 		--test-reporter=tap --test-reporter-destination="$results" "${files[@]}" || status=$?
 	read -r passed failed < <(awk '/^# pass / { p = $3 } /^# (fail|cancelled) / { f += $3 } END { print p + 0, f + 0 }' \

@@ -92,6 +92,7 @@ void Dock::updateIcons()
 		if (auto *more = bar->findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"))) {
 			more->setIcon(makeIcon(Icon::More, colors));
 			more->setToolTip(text("MoreTools"));
+			more->setAccessibleName(text("MoreTools"));
 		}
 	}
 	scrollPlay->setIcon(makeIcon(scrollTimer.isActive() ? Icon::Pause : Icon::Scroll, colors));

@@ -19,6 +19,7 @@
 #include <QToolButton>
 
 #include <algorithm>
+#include <chrono>
 
 namespace quillbay {
 
@@ -26,6 +27,8 @@ namespace {
 
 /// While someone types on, writing takes at most one part in this many of the time.
 constexpr int kWriteShare = 20;
+/// A note that could not be written is tried again this often.
+constexpr auto kRetryDelay = std::chrono::seconds(2);
 
 QString keyOf(obs_source_t *scene)
 {
@@ -46,7 +49,7 @@ QString positionSetting(const QString &key)
 
 void Dock::refreshScene()
 {
-	if (shutDown) {
+	if (shutDown || collectionChanging) {
 		return;
 	}
 	const OBSSourceAutoRelease scene = obs_frontend_preview_program_mode_active()
@@ -82,6 +85,7 @@ void Dock::bindScene(obs_source_t *scene)
 void Dock::continueSameScene(obs_source_t *scene)
 {
 	currentScene = OBSGetWeakRef(scene);
+	noteStore.reattach(scene, notePaths.value(sceneKey));
 	QString error;
 	if (!dirty && !noteStore.rename(scene, &error)) {
 		showStatus(error);
@@ -118,7 +122,6 @@ void Dock::showLoadedNote(obs_source_t *scene, const QString &html, const QStrin
 		scrollTo(storedPosition());
 	}
 	updateReadAction();
-	readAction->setEnabled(scene != nullptr);
 	updateEditorActions();
 	scrollPlay->setEnabled(scene != nullptr);
 	guideAction->setEnabled(scene != nullptr);
@@ -140,8 +143,14 @@ void Dock::rememberTarget(obs_source_t *scene)
 {
 	const QString path = noteStore.filePath(scene);
 	noteTarget = {keyOf(scene), nameOf(scene), path, path};
+	rememberPath(scene);
+}
+
+void Dock::rememberPath(obs_source_t *scene)
+{
+	const QString path = noteStore.filePath(scene);
 	if (!path.isEmpty()) {
-		notePaths.insert(noteTarget.sceneId, path);
+		notePaths.insert(keyOf(scene), path);
 	}
 }
 
@@ -171,7 +180,8 @@ void Dock::layoutWholeNote()
 
 void Dock::rememberPosition()
 {
-	if (!sceneKey.isEmpty()) {
+	// The empty view of a note that could not be loaded says nothing about where its reader was.
+	if (!sceneKey.isEmpty() && !unavailable) {
 		readingPositions[sceneKey] = editor->verticalScrollBar()->value();
 	}
 }
@@ -212,20 +222,28 @@ bool Dock::flush(bool requestHostSave, bool report)
 			return false;
 		}
 		QString error;
+		QElapsedTimer clock;
+		clock.start();
 		if (!writeOpenNote(error)) {
 			if (report) {
 				showSaveError(error);
 				showStatus(text("NoteSaveFailed") + QLatin1Char(' ') + error);
 			}
+			if (!shutDown) {
+				saveDeadline.start(kRetryDelay);
+			}
 			return false;
 		}
+		// On a slow disk, or with a vast note, writing while someone types must not cost more than a twentieth.
+		saveDeadline.setInterval(
+			std::max<int>(saveTimer.interval(), kWriteShare * static_cast<int>(clock.elapsed())));
 		dirty = false;
 		saveError->hide();
 		if (report) {
 			showStatus(text("SavedNote"));
 		}
 	}
-	if (requestHostSave && !shutDown && noteStore.takeReferenceChanges()) {
+	if (requestHostSave && !shutDown && !collectionChanging && noteStore.takeReferenceChanges()) {
 		obs_frontend_save();
 	}
 	return true;
@@ -237,13 +255,9 @@ bool Dock::writeOpenNote(QString &error)
 	if (!scene) {
 		return writeDetachedNote(error);
 	}
-	QElapsedTimer clock;
-	clock.start();
 	if (!noteStore.write(scene, {editor->toHtml()}, &error)) {
 		return false;
 	}
-	// On a slow disk, or with a vast note, writing while someone types must not cost more than a twentieth.
-	saveDeadline.setInterval(std::max<int>(saveTimer.interval(), kWriteShare * static_cast<int>(clock.elapsed())));
 	rememberTarget(scene);
 	return true;
 }
@@ -285,6 +299,7 @@ void Dock::sceneRenamed(obs_source_t *scene)
 	if (!noteStore.rename(scene, &error)) {
 		showStatus(error);
 	}
+	rememberPath(scene);
 	flush(true, true);
 }
 
@@ -304,8 +319,11 @@ void Dock::frontendEvent(obs_frontend_event event)
 	case OBS_FRONTEND_EVENT_STUDIO_MODE_DISABLED:
 	case OBS_FRONTEND_EVENT_PREVIEW_SCENE_CHANGED:
 	case OBS_FRONTEND_EVENT_FINISHED_LOADING:
-		if (isCollectionReady && remote) {
-			remote->setCollectionChanging(false);
+		if (isCollectionReady) {
+			collectionChanging = false;
+			if (remote) {
+				remote->setCollectionChanging(false);
+			}
 		}
 		refreshScene();
 		collectionReady = collectionReady || isCollectionReady;
@@ -315,6 +333,7 @@ void Dock::frontendEvent(obs_frontend_event event)
 		break;
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
 		collectionReady = false;
+		collectionChanging = true;
 		if (remote) {
 			remote->setCollectionChanging(true);
 		}
@@ -413,6 +432,9 @@ void Dock::shutdown()
 	pauseScroll();
 	searchTimer.stop();
 	savePreferences();
+	if (!dirty) {
+		currentScene = nullptr;
+	}
 	shutDown = true;
 }
 

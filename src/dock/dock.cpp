@@ -4,6 +4,7 @@
 // How the dock is built.
 
 #include "dock/dock.hpp"
+#include "dock/focus_ring.hpp"
 #include "dock/reading_band.hpp"
 #include "dock/speed.hpp"
 #include "dock/style.hpp"
@@ -115,6 +116,7 @@ Dock::Dock(const QString &settingsPath, QWidget *parent)
 	updateAppearance();
 	updateControlSizes();
 	updateSceneStyle();
+	focusRing = new FocusRing(this);
 	connectSignals();
 	setSpeed(kMinSpeed);
 	bindScene(nullptr);
@@ -123,6 +125,8 @@ Dock::Dock(const QString &settingsPath, QWidget *parent)
 Dock::~Dock()
 {
 	shutdown();
+	// The children's going moves the focus, when what the slot needs has gone already.
+	disconnect(qApp, nullptr, this, nullptr);
 }
 
 void Dock::buildTopControls()
@@ -278,6 +282,7 @@ void Dock::buildReadingMetrics()
 	for (QLabel *label : {documentStatus, scrollPercent}) {
 		label->setCursor(Qt::PointingHandCursor);
 		label->setToolTip(text("GoTo"));
+		label->setFocusPolicy(Qt::TabFocus);
 		label->installEventFilter(this);
 	}
 }

@@ -36,6 +36,7 @@ class QToolButton;
 namespace quillbay {
 
 class Editor;
+class FocusRing;
 class ReadingBand;
 class Remote;
 enum class Icon : std::int32_t;
@@ -130,6 +131,8 @@ public:
 	void setRemote(Remote *service) { remote = service; }
 
 protected:
+	bool event(QEvent *event) override;
+	void keyPressEvent(QKeyEvent *event) override;
 	void changeEvent(QEvent *event) override;
 	void showEvent(QShowEvent *event) override;
 	void hideEvent(QHideEvent *event) override;
@@ -155,7 +158,8 @@ private:
 	[[nodiscard]] bool filterEditorKey(const QKeyEvent &event);
 	void resizedViewport();
 	void placeQrButton();
-	void focusMoved();
+	void focusMoved(QWidget *from, QWidget *to);
+	[[nodiscard]] QAction *actionFor(const QKeyEvent &event) const;
 
 	// Appearance (appearance.cpp)
 	void updateAppearance();
@@ -224,6 +228,7 @@ private:
 	[[nodiscard]] QString loadNote(obs_source_t *scene, QString &error);
 	void showLoadedNote(obs_source_t *scene, const QString &html, const QString &error);
 	void rememberTarget(obs_source_t *scene);
+	void rememberPath(obs_source_t *scene);
 	[[nodiscard]] bool writeOpenNote(QString &error);
 	[[nodiscard]] bool writeDetachedNote(QString &error);
 	void noteEdited();
@@ -252,6 +257,8 @@ private:
 	bool restoring = false;
 	bool refreshPending = false;
 	bool collectionReady = false;
+	/// Between the host's leaving a collection and its having the next: its scenes come and go, it must not save.
+	bool collectionChanging = false;
 	bool dirty = false;
 	bool shutDown = false;
 	/// Runs out half a second after the last edit.
@@ -308,6 +315,7 @@ private:
 	ReadingBand *readingBand = nullptr;
 	QToolButton *remoteQrButton = nullptr;
 	QLineEdit *goToInput = nullptr;
+	FocusRing *focusRing = nullptr;
 
 	// Widgets: bottom row
 	QWidget *bottomControls = nullptr;

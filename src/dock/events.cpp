@@ -4,6 +4,7 @@
 // What the dock does with its own events and those of the widgets that it watches.
 
 #include "dock/dock.hpp"
+#include "dock/focus_ring.hpp"
 
 #include "editor/editor.hpp"
 #include "remote/remote.hpp"
@@ -18,6 +19,8 @@
 #include <QMouseEvent>
 #include <QToolBar>
 #include <QToolButton>
+
+#include <algorithm>
 
 namespace quillbay {
 
@@ -53,6 +56,30 @@ bool endsSelection(const QEvent *event)
 	}
 }
 
+bool isPlainPaste(const QKeyEvent &event)
+{
+	return event.key() == Qt::Key_V && event.modifiers() == (Qt::ControlModifier | Qt::ShiftModifier);
+}
+
+// Keys that belong to the note while it has the focus, in read mode too: the host would paste a source, or its
+// filters, into a scene on air, or stretch one to the screen.
+bool belongsToNote(const QKeyEvent &event)
+{
+	constexpr QKeySequence::StandardKey keys[] = {QKeySequence::Copy,
+						      QKeySequence::Cut,
+						      QKeySequence::Paste,
+						      QKeySequence::SelectAll,
+						      QKeySequence::Save,
+						      QKeySequence::Undo,
+						      QKeySequence::Redo,
+						      QKeySequence::MoveToStartOfDocument,
+						      QKeySequence::MoveToEndOfDocument,
+						      QKeySequence::MoveToStartOfBlock,
+						      QKeySequence::MoveToEndOfBlock};
+	return isPlainPaste(event) ||
+	       std::ranges::any_of(keys, [&event](QKeySequence::StandardKey key) { return event.matches(key); });
+}
+
 } // namespace
 
 void Dock::showEvent(QShowEvent *event)
@@ -84,8 +111,9 @@ void Dock::hideEvent(QHideEvent *event)
 	QWidget::hideEvent(event);
 }
 
-void Dock::focusMoved()
+void Dock::focusMoved(QWidget *, QWidget *to)
 {
+	focusRing->follow(to && isAncestorOf(to) ? to : nullptr);
 	if (!goToInput || !goToInput->isVisible()) {
 		return;
 	}
@@ -95,6 +123,36 @@ void Dock::focusMoved()
 		}
 	};
 	QMetaObject::invokeMethod(this, hideWhenLeft, Qt::QueuedConnection);
+}
+
+QAction *Dock::actionFor(const QKeyEvent &event) const
+{
+	const QKeySequence pressed(event.keyCombination());
+	for (QAction *action : {findAction, boldAction, italicAction, underlineAction}) {
+		if (action && action->isEnabled() && action->shortcut() == pressed) {
+			return action;
+		}
+	}
+	return nullptr;
+}
+
+// The host has actions on some of our keys. Inside the dock they are ours: else neither would run.
+bool Dock::event(QEvent *event)
+{
+	if (event->type() == QEvent::ShortcutOverride && actionFor(*static_cast<QKeyEvent *>(event))) {
+		event->accept();
+		return true;
+	}
+	return QWidget::event(event);
+}
+
+void Dock::keyPressEvent(QKeyEvent *event)
+{
+	if (QAction *action = actionFor(*event)) {
+		action->trigger();
+		return;
+	}
+	QWidget::keyPressEvent(event);
 }
 
 bool Dock::eventFilter(QObject *watched, QEvent *event)
@@ -123,6 +181,10 @@ bool Dock::eventFilter(QObject *watched, QEvent *event)
 		remote->hideQr();
 	}
 	if (watched == editor->viewport() && isClick && filterViewportClick(*static_cast<QMouseEvent *>(event))) {
+		return true;
+	}
+	if (watched == editor && type == QEvent::ShortcutOverride && belongsToNote(*static_cast<QKeyEvent *>(event))) {
+		event->accept();
 		return true;
 	}
 	if (watched == editor && type == QEvent::KeyPress && filterEditorKey(*static_cast<QKeyEvent *>(event))) {
@@ -165,6 +227,11 @@ bool Dock::filterGoTo(QObject *watched, QEvent *event)
 	}
 	const bool isMetric = watched == documentStatus || watched == scrollPercent;
 	if (isMetric && type == QEvent::MouseButtonRelease && isLeftButton(event)) {
+		showGoTo(watched == scrollPercent);
+		return true;
+	}
+	const bool isOpened = type == QEvent::KeyPress && (isKey(event, Qt::Key_Return) || isKey(event, Qt::Key_Space));
+	if (isMetric && isOpened) {
 		showGoTo(watched == scrollPercent);
 		return true;
 	}
@@ -231,12 +298,14 @@ bool Dock::filterEditorKey(const QKeyEvent &event)
 	if (remote && remote->hideQr() && event.key() == Qt::Key_Escape) {
 		return true;
 	}
-	const bool isPlainPaste =
-		event.key() == Qt::Key_V && event.modifiers() == (Qt::ControlModifier | Qt::ShiftModifier);
-	if (isPlainPaste) {
+	if (isPlainPaste(event)) {
 		if (!editor->isReadOnly()) {
 			editor->insertCheckedText(QGuiApplication::clipboard()->text());
 		}
+		return true;
+	}
+	if (event.matches(QKeySequence::Save)) {
+		flush(true, true);
 		return true;
 	}
 	return filterReadingKey(event);

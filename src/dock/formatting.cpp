@@ -42,10 +42,13 @@ void forEachSelectedParagraph(const QTextCursor &cursor, Change change)
 	}
 }
 
+// Not QTextList::remove: that gives the paragraph the list's indent to keep, more with every list it has been in.
 void leaveList(const QTextBlock &block)
 {
-	if (QTextList *list = block.textList()) {
-		list->remove(block);
+	if (block.textList()) {
+		QTextBlockFormat format = block.blockFormat();
+		format.setObjectIndex(-1);
+		QTextCursor(block).setBlockFormat(format);
 	}
 }
 
@@ -180,20 +183,23 @@ void Dock::clearFormat()
 		return;
 	}
 	QTextCursor cursor = editor->textCursor();
-	if (!cursor.hasSelection()) {
+	const bool isWhole = !cursor.hasSelection();
+	if (isWhole) {
 		cursor.select(QTextCursor::Document);
 	}
+	const auto clear = [](const QTextBlock &block) { QTextCursor(block).setBlockFormat(plainParagraph()); };
 	cursor.beginEditBlock();
 	cursor.setCharFormat({});
-	forEachSelectedParagraph(cursor, [](const QTextBlock &block) {
-		leaveList(block);
-		QTextCursor(block).setBlockFormat(plainParagraph());
-	});
+	forEachSelectedParagraph(cursor, clear);
+	if (isWhole) {
+		// An empty last paragraph does not start before the end of the selection.
+		clear(editor->document()->lastBlock());
+	}
 	cursor.endEditBlock();
 	if (clearColorPreview()) {
 		updateAppearance();
-		syncFormat();
 	}
+	syncFormat();
 }
 
 void Dock::syncFormat()
@@ -314,7 +320,7 @@ void Dock::insertMark()
 	format.setForeground(markColor(palette()));
 	cursor.beginEditBlock();
 	cursor.insertText(kEmptyMark, format);
-	cursor.movePosition(QTextCursor::Left);
+	cursor.movePosition(QTextCursor::PreviousCharacter);
 	cursor.endEditBlock();
 	editor->setTextCursor(cursor);
 	editor->setCurrentCharFormat(format);

@@ -17,10 +17,11 @@ std::vector<SearchRange> findMatches(const QTextDocument &document, const QStrin
 	if (searchText.isEmpty()) {
 		return ranges;
 	}
-	const QStringMatcher matcher(searchText, Qt::CaseInsensitive);
+	const auto withBlanks = [](QString text) { return text.replace(QChar::Nbsp, QChar::Space); };
+	const QStringMatcher matcher(withBlanks(searchText), Qt::CaseInsensitive);
 	const auto length = static_cast<int>(searchText.size());
 	for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-		const QString paragraph = block.text().replace(QChar::Nbsp, QChar::Space);
+		const QString paragraph = withBlanks(block.text());
 		qsizetype index = matcher.indexIn(paragraph);
 		while (index >= 0) {
 			const int start = block.position() + static_cast<int>(index);

@@ -83,7 +83,7 @@ QString toolBarSheet(const QPalette &palette)
 	return QStringLiteral("QToolBar { border: 0px; padding: 0px; margin: 0px; spacing: 2px; } "
 			      "QToolBar::separator { width: 1px; background: %1; margin: 6px 4px; }")
 		       .arg(separatorColor(palette).name()) +
-	       QLatin1Char(' ') + toolButtonSheet(palette);
+	       toolButtonSheet(palette);
 }
 
 QString sliderSheet(const QPalette &palette)

@@ -69,6 +69,8 @@ void setUpButtons(const QToolBar *bar)
 			button->setFixedSize(buttonSize);
 			button->setIconSize(iconSize);
 			button->setAttribute(Qt::WA_LayoutUsesWidgetRect);
+			// Within the keyboard's reach; a click leaves the focus in the note.
+			button->setFocusPolicy(Qt::TabFocus);
 		}
 	}
 }

@@ -42,6 +42,7 @@ struct Run {
 Editor::Editor(QWidget *parent) : QTextEdit(parent)
 {
 	setDocument(new NoteDocument(this));
+	document()->setDefaultFont(font());
 	document()->setDefaultStyleSheet(QStringLiteral("p, li { line-height: 140%; }"));
 	loadHtml({});
 	setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);

@@ -53,10 +53,13 @@ protected:
 	void changeEvent(QEvent *event) override;
 	void inputMethodEvent(QInputMethodEvent *event) override;
 	void insertFromMimeData(const QMimeData *source) override;
+	[[nodiscard]] QMimeData *createMimeDataFromSelection() const override;
 
 private:
 	bool refuse();
 	void insertCheckedHtml(const QMimeData &source);
+	[[nodiscard]] bool acceptsDrop(const QDropEvent &event);
+	[[nodiscard]] bool acceptsMove(const QTextCursor &target);
 	[[nodiscard]] bool acceptsComposition(const QInputMethodEvent &event);
 
 	QWidget *numbers_ = nullptr;

@@ -30,9 +30,52 @@ QString withLineFeeds(QString text)
 	return text.replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(u'\r', u'\n');
 }
 
+// Qt keeps two code points, which no text should hold, for the edges of frames, and breaks inserted text at them.
 bool isParagraphBreak(QChar character)
 {
-	return character == u'\n' || character == u'\r' || character == QChar::ParagraphSeparator;
+	return character == u'\n' || character == u'\r' || character == QChar::ParagraphSeparator ||
+	       character == QChar(0xfdd0) || character == QChar(0xfdd1);
+}
+
+// How text divides into paragraphs.
+struct Extent {
+	qsizetype breaks = 0;
+	qsizetype longest = 0; // of the paragraphs that a break ends
+	qsizetype tail = 0;    // characters after the last break
+};
+
+// `column` characters stand in the paragraph before the text.
+Extent extentOf(QStringView text, qsizetype column)
+{
+	Extent extent{.tail = column};
+	for (const QChar character : text) {
+		if (isParagraphBreak(character)) {
+			++extent.breaks;
+			extent.longest = std::max(extent.longest, extent.tail);
+			extent.tail = 0;
+		} else {
+			++extent.tail;
+		}
+	}
+	return extent;
+}
+
+// Whether plain text keeps the limits as a note of its own; told without making a document of it.
+bool isNoteSized(QStringView text)
+{
+	if (text.size() > kMaxTextLength) {
+		return false;
+	}
+	const Extent extent = extentOf(text, 0);
+	return extent.breaks < kMaxParagraphs && std::max(extent.longest, extent.tail) <= kMaxParagraphLength;
+}
+
+QString rawText(QTextDocument *document, int from, int to)
+{
+	QTextCursor cursor(document);
+	cursor.setPosition(from);
+	cursor.setPosition(to, QTextCursor::KeepAnchor);
+	return cursor.selectedText();
 }
 
 bool matchesAny(const QKeyEvent *event, std::initializer_list<QKeySequence::StandardKey> keys)
@@ -75,17 +118,29 @@ QTextCursor deletedBy(const QKeyEvent *event, QTextCursor cursor)
 	return cursor;
 }
 
+// Whether the base class types the event's text although a modifier makes it a shortcut: a letter with the Super
+// key, or a formatting character such as the zero-width joiner.
+bool isTypedAnyway(const QKeyEvent *event)
+{
+	const QChar first = event->text().front();
+	const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::ShiftModifier;
+	return first.category() == QChar::Other_Format || (modifiers != Qt::ControlModifier && first.isPrint());
+}
+
 // The text that a key would type, or nothing when it types none.
 std::optional<QString> typedText(const QKeyEvent *event)
 {
+	const Qt::KeyboardModifiers modifiers = event->modifiers();
 	if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-		const bool isLineBreak = event->modifiers().testFlag(Qt::ShiftModifier);
+		const bool isLineBreak = modifiers.testFlag(Qt::ShiftModifier);
 		return QString(isLineBreak ? QChar(QChar::LineSeparator) : QChar(u'\n'));
 	}
-	const Qt::KeyboardModifiers modifiers = event->modifiers();
+	if (event->text().isEmpty()) {
+		return std::nullopt;
+	}
 	const bool isShortcut = (modifiers.testFlag(Qt::ControlModifier) && !modifiers.testFlag(Qt::AltModifier)) ||
 				modifiers.testFlag(Qt::MetaModifier);
-	return isShortcut || event->text().isEmpty() ? std::nullopt : std::optional(event->text());
+	return isShortcut && !isTypedAnyway(event) ? std::nullopt : std::optional(event->text());
 }
 
 } // namespace
@@ -107,20 +162,11 @@ bool Editor::acceptsText(const QString &text, const QTextCursor &cursor)
 	if (document()->characterCount() - (end - start) + text.size() > kMaxCharacterCount) {
 		return refuse();
 	}
-	qsizetype column = start - first.position();
-	qsizetype paragraphs = document()->blockCount() - (last.blockNumber() - first.blockNumber());
-	bool isWithin = true;
-	for (const QChar character : text) {
-		if (isParagraphBreak(character)) {
-			isWithin = isWithin && column <= kMaxParagraphLength;
-			++paragraphs;
-			column = 0;
-		} else {
-			++column;
-		}
-	}
-	const qsizetype tail = last.position() + last.length() - end;
-	isWithin = isWithin && column + tail <= kMaxBlockLength && paragraphs <= kMaxParagraphs;
+	const Extent extent = extentOf(text, start - first.position());
+	const qsizetype paragraphs = document()->blockCount() - (last.blockNumber() - first.blockNumber());
+	const qsizetype rest = last.position() + last.length() - end; // with its separator
+	const bool isWithin = extent.longest <= kMaxParagraphLength && extent.tail + rest <= kMaxBlockLength &&
+			      paragraphs + extent.breaks <= kMaxParagraphs;
 	return isWithin || refuse();
 }
 
@@ -129,6 +175,7 @@ void Editor::insertCheckedText(const QString &text)
 	const QString plain = withLineFeeds(text);
 	if (!isReadOnly() && acceptsText(plain, textCursor())) {
 		textCursor().insertText(plain);
+		ensureCursorVisible();
 	}
 }
 
@@ -175,7 +222,7 @@ void Editor::insertFromMimeData(const QMimeData *source)
 	}
 	if (source->hasHtml()) {
 		insertCheckedHtml(*source);
-	} else {
+	} else if (source->hasText()) {
 		insertCheckedText(source->text());
 	}
 }
@@ -203,31 +250,86 @@ void Editor::insertCheckedHtml(const QMimeData &source)
 	}
 }
 
+// A copied picture stays a name: Qt's OpenDocument form of the selection would open the file that it names.
+QMimeData *Editor::createMimeDataFromSelection() const
+{
+	if (!textCursor().selectedText().contains(QChar::ObjectReplacementCharacter)) {
+		return QTextEdit::createMimeDataFromSelection();
+	}
+	const QTextDocumentFragment selection = textCursor().selection();
+	auto *copied = new QMimeData;
+	copied->setHtml(selection.toHtml());
+	copied->setText(selection.toPlainText());
+	return copied;
+}
+
 void Editor::dropEvent(QDropEvent *event)
 {
-	const QMimeData &source = *event->mimeData();
-	const std::unique_ptr<NoteDocument> scratch = NoteDocument::makeScratch();
-	bool isAccepted = true;
+	if (acceptsDrop(*event)) {
+		QTextEdit::dropEvent(event);
+		return;
+	}
+	// Ends the drag for the base class, which would go on scrolling towards the pointer.
+	QDragLeaveEvent leave;
+	QTextEdit::dragLeaveEvent(&leave);
+	event->setAccepted(false);
+}
+
+bool Editor::acceptsDrop(const QDropEvent &event)
+{
+	const QMimeData &source = *event.mimeData();
+	if (isReadOnly()) {
+		return false;
+	}
+	const QTextCursor target = cursorForPosition(event.position().toPoint());
+	QString dropped;
 	if (source.hasHtml()) {
 		const QString html = source.html();
-		isAccepted = isHarmlessHtml(html);
-		if (isAccepted) {
-			scratch->setHtml(html);
+		const std::unique_ptr<NoteDocument> scratch = NoteDocument::makeScratch();
+		if (!isHarmlessHtml(html)) {
+			return false;
 		}
+		scratch->setHtml(html);
+		if (!withinTextLimits(*scratch)) {
+			return false;
+		}
+		dropped = scratch->toRawText();
 	} else {
-		scratch->setPlainText(source.text());
+		dropped = withLineFeeds(source.text());
+		if (!isNoteSized(dropped)) {
+			return false;
+		}
 	}
-	isAccepted = isAccepted && withinTextLimits(*scratch) &&
-		     acceptsText(scratch->toRawText(), cursorForPosition(event->position().toPoint()));
-	if (isAccepted) {
-		QTextEdit::dropEvent(event);
-	} else {
-		event->setAccepted(false);
+	const bool isMove = event.dropAction() == Qt::MoveAction && event.source() == viewport();
+	return acceptsText(dropped, target) && (!isMove || acceptsMove(target));
+}
+
+// Whether the paragraphs keep their limit when the selection moves to the target: what it leaves behind joins, and
+// the base class takes it away before it inserts it.
+bool Editor::acceptsMove(const QTextCursor &target)
+{
+	QTextCursor changed = textCursor();
+	const int start = changed.selectionStart();
+	const int end = changed.selectionEnd();
+	const int to = std::clamp(target.position(), start, end) == target.position() ? start : target.position();
+	QString text = rawText(document(), start, end);
+	if (to < start) {
+		text += rawText(document(), to, start);
+	} else if (to > end) {
+		text.prepend(rawText(document(), end, to));
 	}
+	changed.setPosition(std::min(start, to));
+	changed.setPosition(std::max(end, to), QTextCursor::KeepAnchor);
+	return acceptsText(text, changed);
 }
 
 void Editor::inputMethodEvent(QInputMethodEvent *event)
 {
+	// The base class lets input methods write into a text that is merely selectable.
+	if (isReadOnly()) {
+		event->ignore();
+		return;
+	}
 	if (acceptsComposition(*event)) {
 		QTextEdit::inputMethodEvent(event);
 		return;
@@ -258,7 +360,9 @@ bool Editor::acceptsComposition(const QInputMethodEvent &event)
 		cursor.setPosition(std::clamp(start + event.replacementLength(), 0, last), QTextCursor::KeepAnchor);
 	}
 	if (!clone) {
-		return (event.commitString().isEmpty() && event.replacementLength() == 0) ||
+		// A composition that begins takes the selection away, which may join two paragraphs.
+		const bool isComposing = cursor.hasSelection() && !event.preeditString().isEmpty();
+		return (event.commitString().isEmpty() && event.replacementLength() == 0 && !isComposing) ||
 		       acceptsText(event.commitString(), cursor);
 	}
 	cursor.insertText(event.commitString());

@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -92,8 +93,8 @@ bool loadNoteFile(const QString &path, NoteFile &note, QString &error)
 		error = text("BackupTooLarge");
 		return false;
 	}
-	// One byte more than allowed tells a file that grows under our eyes from one that fits.
-	const QByteArray bytes = file.read(kMaxNoteBytes + 1);
+	// One byte more than there should be tells a file that grows under our eyes from one that fits.
+	const QByteArray bytes = file.read(std::min(file.size(), kMaxNoteBytes) + 1);
 	if (file.error() != QFileDevice::NoError) {
 		error = text("FileReadFailed") + path;
 		return false;
@@ -105,7 +106,7 @@ bool holdsNoteOf(const QString &path, const QString &sceneId)
 {
 	NoteFile note;
 	QString error;
-	return loadNoteFile(path, note, error) && note.sceneId == sceneId;
+	return !path.isEmpty() && loadNoteFile(path, note, error) && note.sceneId == sceneId;
 }
 
 void report(QString *error, const QString &message)
@@ -157,9 +158,15 @@ QString NoteStore::destination(const QString &name, const QString &current, cons
 			used.insert(entry.toCaseFolded());
 		}
 	}
+	// What the listing leaves out, hidden files or all of a folder that may not be listed, is still not ours.
+	const auto isFree = [&](const QString &candidate) {
+		const QFileInfo info(folder.filePath(candidate));
+		const bool isThere = info.exists() || info.isSymLink();
+		return !used.contains(candidate.toCaseFolded()) && (!isThere || info.filePath() == current);
+	};
 	const QString stem = noteName(name);
 	QString candidate = stem + QStringLiteral(".json");
-	for (quint64 n = 2; used.contains(candidate.toCaseFolded()); ++n) {
+	for (quint64 n = 2; !isFree(candidate); ++n) {
 		candidate = QStringLiteral("%1_%2.json").arg(stem, QString::number(n));
 	}
 	return folder.filePath(candidate);
@@ -217,6 +224,10 @@ bool NoteStore::write(obs_source *scene, const Note &note, QString *error, const
 
 bool NoteStore::writeDetached(NoteTarget &target, const Note &note, QString *error) const
 {
+	if (target.sceneId.isEmpty()) {
+		report(error, text("SelectScene"));
+		return false;
+	}
 	NoteTarget place = target;
 	if (place.path.isEmpty() || (!isMissing(place.path) && !holdsNoteOf(place.path, place.sceneId))) {
 		place.path = destination(place.sceneName, {}, {});
@@ -230,9 +241,39 @@ bool NoteStore::writeDetached(NoteTarget &target, const Note &note, QString *err
 
 void NoteStore::reattach(obs_source *scene, const QString &path)
 {
-	if (scene && filePath(scene).isEmpty() && holdsNoteOf(path, sceneUuid(scene))) {
-		accept(scene, {sceneUuid(scene), sceneName(scene), path, {}});
+	if (!scene) {
+		return;
 	}
+	const QString id = sceneUuid(scene);
+	const QString recorded = filePath(scene);
+	if (path == recorded || holdsNoteOf(recorded, id)) {
+		return;
+	}
+	QString found = holdsNoteOf(path, id) ? path : QString();
+	if (found.isEmpty() && !recorded.isEmpty() && isMissing(recorded)) {
+		found = findNote(id);
+	}
+	if (!found.isEmpty()) {
+		accept(scene, {id, sceneName(scene), found, {}});
+	}
+}
+
+QString NoteStore::findNote(const QString &sceneId) const
+{
+	// The id stands at the start of a note file: the rest is read only where it fits.
+	constexpr qint64 kHeadBytes = 256;
+	const QByteArray wanted = '"' + sceneId.toUtf8() + '"';
+	const QDir folder(folder_);
+	const QStringList names = folder.entryList({QStringLiteral("*.json")}, QDir::Files | QDir::NoSymLinks);
+	for (const QString &name : names) {
+		const QString path = folder.filePath(name);
+		QFile file(path);
+		if (file.open(QIODevice::ReadOnly) && file.read(kHeadBytes).contains(wanted) &&
+		    holdsNoteOf(path, sceneId)) {
+			return path;
+		}
+	}
+	return {};
 }
 
 bool NoteStore::rename(obs_source *scene, QString *error)

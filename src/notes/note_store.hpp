@@ -64,7 +64,9 @@ public:
 	/// without a path, or whose path another scene has taken meanwhile, gets a free one.
 	bool writeDetached(NoteTarget &target, const Note &note, QString *error = nullptr) const;
 
-	/// Gives a scene that has lost its record the file at `path` back, if that still holds the scene's note.
+	/// Mends the record of a scene that has none, or one that is older than the last move of its note: the host
+	/// can bring back a scene, or a collection, as it was before. `path` (or empty) is where the note was last
+	/// seen; failing that, a note whose recorded file is missing is looked for in the folder.
 	void reattach(obs_source *scene, const QString &path);
 
 	/// Moves the note to a file named after the scene's new name, keeping its modification time.
@@ -77,6 +79,7 @@ public:
 	bool takeReferenceChanges();
 
 private:
+	[[nodiscard]] QString findNote(const QString &sceneId) const;
 	[[nodiscard]] bool save(const NoteTarget &target, const Note &note, QString *error,
 				const QDateTime &modified) const;
 

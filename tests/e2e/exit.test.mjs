@@ -4,6 +4,8 @@
 // The host with the module starts, works and ends as quietly as the host alone.
 
 import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import os from 'node:os';
 import path from 'node:path';
 import { test } from 'node:test';
 import { build, repository, waitFor } from './host.mjs';
@@ -53,18 +55,23 @@ test('the module adds no leak, no warning and no crash', async () => {
 	assert.ok(leaks.true <= leaks.false, `${leaks.true} leaks, ${leaks.false} in the host alone`);
 });
 
-test('a second copy of the module does no harm', async () => {
-	const env = { OBS_PLUGINS_PATH: path.join(build, 'src'), OBS_PLUGINS_DATA_PATH: repository };
-	const studio = await Studio.open(['One'], { env });
-	await studio.show('One');
-	await studio.type('one dock');
-	await studio.waitForSave();
-	await studio.call('TriggerHotkeyByName', { hotkeyName: 'QuillBay.ToggleLock' });
-	await waitFor('read mode', () => studio.get('noteEditor', 'readOnly'));
-	const { hotkeys } = await studio.call('GetHotkeyList');
-	const names = hotkeys.filter((name) => name.startsWith('QuillBay.'));
-	assert.equal(names.length, new Set(names).size);
-	assert.equal(studio.log.match(/\[QuillBay\] Loaded/g).length, 1);
-	assert.match(studio.log, /quillbay\.so' not loaded|Failed to initialize module 'quillbay\.so'/);
-	assert.equal((await studio.stop()).status, 0);
-});
+// A module may be installed for all users and for one, or one file be found on two ways.
+for (const [what, link] of [['copy', fs.copyFileSync], ['link', fs.symlinkSync]]) {
+	test(`a second ${what} of the module does no harm`, async (t) => {
+		const system = fs.mkdtempSync(path.join(os.tmpdir(), 'quillbay-system-'));
+		t.after(() => fs.rmSync(system, { recursive: true }));
+		link(path.join(build, 'src/quillbay.so'), path.join(system, 'quillbay.so'));
+		fs.symlinkSync(path.join(repository, 'data'), path.join(system, 'quillbay'));
+		const env = { OBS_PLUGINS_PATH: system, OBS_PLUGINS_DATA_PATH: system };
+		const studio = await Studio.open(['One'], { env });
+		t.after(() => studio.kill());
+		assert.match(studio.log, /quillbay\.so' not loaded|Failed to initialize module 'quillbay\.so'/);
+		assert.equal(studio.log.match(/\[QuillBay\] Loaded/g).length, 1);
+		await studio.show('One');
+		await studio.type('one dock');
+		await studio.waitForSave();
+		await studio.call('TriggerHotkeyByName', { hotkeyName: 'QuillBay.ToggleLock' });
+		await waitFor('read mode', () => studio.get('noteEditor', 'readOnly'));
+		assert.equal((await studio.stop()).status, 0);
+	});
+}

@@ -123,10 +123,10 @@ export class Host {
 	log = '';
 
 	/**
-	 * @param {{module?: boolean, wrap?: string[], env?: object}} options `module` false leaves ours out; `wrap` is a
-	 * command that runs the host's command; `env` adds to its environment.
+	 * @param {{module?: boolean, wrap?: (host: Host) => string[], env?: object}} options `module` false leaves ours
+	 * out; `wrap` answers a command that runs the host's command; `env` adds to its environment.
 	 */
-	constructor({ module = true, wrap = [], env = {} } = {}) {
+	constructor({ module = true, wrap = () => [], env = {} } = {}) {
 		this.wrap = wrap;
 		this.env = env;
 		this.home = fs.mkdtempSync(path.join(scratch, 'home-'));
@@ -155,7 +155,7 @@ export class Host {
 		const env = { ...process.env, ...(await display()), ...this.env, HOME: this.home };
 		env.XDG_RUNTIME_DIR = path.join(this.home, 'run');
 		delete env.XDG_CONFIG_HOME;
-		this.process = start([...this.wrap, ...withoutPrivileges(), ...obs], { stdio: ['ignore', 'pipe', 'pipe'], env });
+		this.process = start([...this.wrap(this), ...withoutPrivileges(), ...obs], { stdio: ['ignore', 'pipe', 'pipe'], env });
 		this.ended = once(this.process, 'close');
 		this.isLeaving = false;
 		this.died = this.ended.then(([status, signal]) => {
@@ -168,9 +168,14 @@ export class Host {
 		for (const stream of [this.process.stdout, this.process.stderr]) {
 			stream.setEncoding('utf8').on('data', (text) => (this.log += text));
 		}
-		await this.#connect(port);
-		await waitFor('the host is up', () => this.ask('ready').catch(() => false), 60_000);
-		await this.call('SetCurrentSceneTransition', { transitionName: 'Cut' });
+		try {
+			await this.#connect(port);
+			await waitFor('the host is up', () => this.ask('ready').catch(() => false), 60_000);
+			await this.call('SetCurrentSceneTransition', { transitionName: 'Cut' });
+		} catch (error) {
+			await this.kill();
+			throw error;
+		}
 	}
 
 	async #connect(port) {
@@ -207,9 +212,9 @@ export class Host {
 	/** Ends the host at once, as a crash or a power cut does. */
 	async kill() {
 		this.isLeaving = true;
-		this.process.kill('SIGKILL');
+		this.process?.kill('SIGKILL');
 		await this.ended;
-		await this.socket.disconnect().catch(() => {});
+		await this.socket?.disconnect().catch(() => {});
 	}
 
 	/** A path as the host sees it, when `wrap` has given the host mounts of its own. */

@@ -121,61 +121,53 @@ describe('a note that is not what it should be', () => {
 	}
 });
 
-test('text over the limits is refused whole, on every way in', async () => {
+test('text over the limits is refused whole, on every way in', async (t) => {
 	const studio = await Studio.open(['Full']);
-	try {
-		const paragraph = 'x'.repeat(10_000);
-		const full = `${paragraph}\nend`;
+	t.after(() => studio.kill());
+	const paragraph = 'x'.repeat(10_000);
+	const full = `${paragraph}\nend`;
+	await studio.show('Full');
+	await studio.paste({ text: full });
+	await studio.waitForSave();
+	const longParagraph = `<p>${'y'.repeat(10_001)}</p>`;
+	const entries = {
+		typing: () => studio.key('X'),
+		'input method': () => studio.ask('compose', { object: 'noteEditor', commit: '字' }),
+		'plain text': () => studio.paste({ text: 'z'.repeat(200_000) }),
+		'50 MB of plain text': () => studio.paste({ text: 'z\n', repeat: 25_000_000 }),
+		'rich text': () => studio.paste({ html: longParagraph, text: 'short' }),
+	};
+	for (const [way, enter] of Object.entries(entries)) {
+		await studio.show('Scene');
 		await studio.show('Full');
-		await studio.paste({ text: full });
-		await studio.waitForSave();
-		const longParagraph = `<p>${'y'.repeat(10_001)}</p>`;
-		const entries = {
-			typing: () => studio.key('X'),
-			'input method': () => studio.ask('compose', { object: 'noteEditor', commit: '字' }),
-			'plain text': () => studio.paste({ text: 'z'.repeat(200_000) }),
-			'50 MB of plain text': () => studio.paste({ text: 'z\n', repeat: 25_000_000 }),
-			'rich text': () => studio.paste({ html: longParagraph, text: 'short' }),
-		};
-		for (const [way, enter] of Object.entries(entries)) {
-			await studio.ask('caret', { object: 'noteEditor', position: 5_000 });
-			await studio.show('Scene');
-			await studio.show('Full');
-			await studio.ask('caret', { object: 'noteEditor', position: 5_000 });
-			await assertQuick(studio, enter);
-			assert.equal(await studio.status(), text('TextLimit'), way);
-			assert.equal(await studio.plain(), full, way);
-		}
-		const drops = [{ text: 'z'.repeat(200_001) }, { html: longParagraph }, { text: 'z\n', repeat: 20_000 }];
-		for (const drop of drops) {
-			await assertQuick(studio, () => studio.ask('drop', { object: viewport, at: [60, 10], ...drop }));
-			assert.equal(await studio.plain(), full);
-		}
-		await studio.key('Return');
-		await studio.waitForSave();
-		assert.equal((await studio.savedText('Full')).length, full.length + 1, 'what fits is taken');
-	} finally {
-		await studio.kill();
+		await studio.ask('caret', { object: 'noteEditor', position: 5_000 });
+		await assertQuick(studio, enter);
+		assert.equal(await studio.status(), text('TextLimit'), way);
+		assert.equal(await studio.plain(), full, way);
 	}
+	const drops = [{ text: 'z'.repeat(200_001) }, { html: longParagraph }, { text: 'z\n', repeat: 20_000 }];
+	for (const drop of drops) {
+		await assertQuick(studio, () => studio.ask('drop', { object: viewport, at: [60, 10], ...drop }));
+		assert.equal(await studio.plain(), full);
+	}
+	await studio.key('Return');
+	await studio.waitForSave();
+	assert.equal((await studio.savedText('Full')).length, full.length + 1, 'what fits is taken');
 });
 
-test('a settings file of garbage does no harm', async () => {
+test('a settings file of garbage does no harm', async (t) => {
 	const studio = new Studio();
+	t.after(() => studio.kill());
 	fs.mkdirSync(studio.settingsFolder, { recursive: true });
 	fs.writeFileSync(path.join(studio.settingsFolder, 'settings.ini'), crypto.randomBytes(100_000));
 	await studio.start();
-	try {
-		await studio.openDock();
-		await studio.type('still here');
-		await studio.waitForSave();
-		await studio.key('Ctrl+A');
-		assert.equal((await studio.stop()).status, 0);
-		await studio.start();
-		await studio.openDock();
-		await waitFor('the note is back', async () => (await studio.plain()) === 'still here');
-	} finally {
-		await studio.kill();
-	}
+	await studio.openDock();
+	await studio.type('still here');
+	await studio.waitForSave();
+	assert.equal((await studio.stop()).status, 0);
+	await studio.start();
+	await studio.openDock();
+	await waitFor('the note is back', async () => (await studio.plain()) === 'still here');
 });
 
 describe('what a note names outside', () => {
@@ -190,13 +182,12 @@ describe('what a note names outside', () => {
 			socket.destroy();
 		});
 		await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-		const wrap = ['strace', '-f', '--seccomp-bpf', '-s', '500', '-e', 'trace=%file,connect', '-o'];
-		studio = new Studio({ wrap });
-		trace = path.join(studio.home, 'trace');
-		wrap.push(trace, 'setpriv', '--pdeathsig', 'KILL');
-		await studio.start();
-		await studio.openDock();
-		await studio.addScene('Note');
+		const calls = ['-f', '--seccomp-bpf', '-s', '500', '-e', 'trace=%file,connect'];
+		const wrap = ({ home }) => {
+			trace = path.join(home, 'trace');
+			return ['strace', ...calls, '-o', trace, 'setpriv', '--pdeathsig', 'KILL'];
+		};
+		studio = await Studio.open(['Note'], { wrap });
 	});
 	after(async () => {
 		await studio?.kill();

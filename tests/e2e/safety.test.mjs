@@ -75,15 +75,12 @@ describe('notes that cannot be written', () => {
 	let studio;
 	before(async () => {
 		// The notes lie on a small disk of their own.
-		const mount = 'mount -t tmpfs -o size=64k,mode=755 tmpfs "$0" && exec "$@"';
-		const options = { wrap: ['unshare', '--user', '--map-root-user', '--mount', 'sh', '-c', mount] };
-		studio = new Studio(options);
-		fs.mkdirSync(studio.notesFolder, { recursive: true });
-		options.wrap.push(studio.notesFolder);
-		await studio.start();
-		await studio.openDock();
-		await studio.addScene('One');
-		await studio.addScene('Two');
+		const wrap = ({ notesFolder }) => {
+			fs.mkdirSync(notesFolder, { recursive: true });
+			const mount = 'mount -t tmpfs -o size=64k,mode=755 tmpfs "$0" && exec "$@"';
+			return ['unshare', '--user', '--map-root-user', '--mount', 'sh', '-c', mount, notesFolder];
+		};
+		studio = await Studio.open(['One', 'Two'], { wrap });
 	});
 	after(() => studio?.kill());
 

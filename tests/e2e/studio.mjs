@@ -29,12 +29,17 @@ export class Studio extends Host {
 	/** A running host with the dock open over the scenes named. */
 	static async open(scenes, options) {
 		const studio = new Studio(options);
-		await studio.start();
-		await studio.openDock();
-		for (const scene of scenes) {
-			await studio.addScene(scene);
+		try {
+			await studio.start();
+			await studio.openDock();
+			for (const scene of scenes) {
+				await studio.addScene(scene);
+			}
+			return studio;
+		} catch (error) {
+			await studio.kill();
+			throw error;
 		}
-		return studio;
 	}
 
 	get settingsFolder() {

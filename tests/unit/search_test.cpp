@@ -48,6 +48,8 @@ void SearchTest::matches_data()
 	QTest::newRow("case") << QStringLiteral("Say saY\nSAY") << QStringLiteral("say") << 3;
 	QTest::newRow("no overlap") << QStringLiteral("aaaa") << QStringLiteral("aa") << 2;
 	QTest::newRow("no-break space") << QStringLiteral("two\u00a0words") << QStringLiteral("two words") << 1;
+	QTest::newRow("no-break space searched for")
+		<< QStringLiteral("two words") << QStringLiteral("two\u00a0words") << 1;
 	QTest::newRow("not across paragraphs") << QStringLiteral("one\ntwo") << QStringLiteral("one\ntwo") << 0;
 	QTest::newRow("bracket") << QStringLiteral("a[b[") << QStringLiteral("[") << 2;
 	QTest::newRow("nothing") << QStringLiteral("abc") << QString() << 0;

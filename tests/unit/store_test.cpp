@@ -61,6 +61,8 @@ void StoreTest::namesNeverCollide()
 	QVERIFY2(!store->takeReferenceChanges(), "the record is as it was");
 	QCOMPARE(store->destination(QStringLiteral("Intro"), path("Intro.json"), {QStringLiteral("intro.json")}),
 		 path("Intro_3.json"));
+	writeFile(path(".hidden.json"), "x");
+	QCOMPARE(store->destination(QStringLiteral(".hidden"), {}, {}), path(".hidden_2.json"));
 }
 
 void StoreTest::renames_data()
@@ -227,6 +229,9 @@ void StoreTest::aGoneScenesNoteFindsItsFile()
 	store->reattach(other, target.path);
 	QCOMPARE(store->filePath(other), QString());
 	store->reattach(other, path("Other.json"));
+	QCOMPARE(store->read(other), QStringLiteral("theirs"));
+	setRecord(other, uuidOf(other), QStringLiteral("Moved away.json"), QStringLiteral("Moved away"));
+	store->reattach(other, {});
 	QCOMPARE(store->read(other), QStringLiteral("theirs"));
 }
 

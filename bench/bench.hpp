@@ -1,0 +1,107 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#pragma once
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QString>
+#include <QTextDocument>
+#include <QTextEdit>
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+namespace quillbay::bench {
+
+inline const QString kStyle = QStringLiteral("p, li { line-height: 140%; }");
+
+/// A note at the limits.
+struct Case {
+	const char *name;
+	/// As an editor saves it.
+	QString html;
+};
+
+/// `count` characters of prose.
+inline QString prose(int count)
+{
+	const QString sentence = QStringLiteral("Good evening and welcome to the show, here are the news of the day. ");
+	return sentence.repeated(count / static_cast<int>(sentence.size()) + 1).left(count);
+}
+
+inline QString savedHtml(int paragraphs, const QString &content)
+{
+	QTextDocument document;
+	document.setLayoutEnabled(false);
+	document.setDefaultStyleSheet(kStyle);
+	document.setHtml((QStringLiteral("<p>") + content + QStringLiteral("</p>")).repeated(paragraphs));
+	return document.toHtml();
+}
+
+/// A: paragraphs of a line or two; B: as many paragraphs as there may be; C: A in 100,000 runs of bold and plain
+/// text; D: paragraphs as long as they may be.
+inline std::vector<Case> cases()
+{
+	const QString run = QStringLiteral("<b>ab</b>cd");
+	return {{"A", savedHtml(2'000, prose(99))},
+		{"B", savedHtml(20'000, prose(9))},
+		{"C", savedHtml(2'000, run.repeated(24) + QStringLiteral("<b>ab</b>c"))},
+		{"D", savedHtml(20, prose(9'990))}};
+}
+
+template <typename Action>
+double milliseconds(const Action &action)
+{
+	QElapsedTimer clock;
+	clock.start();
+	action();
+	return static_cast<double>(clock.nsecsElapsed()) / 1e6;
+}
+
+/// Paints what is waiting to be painted, and nothing that waits for a timer.
+inline void paint()
+{
+	QCoreApplication::sendPostedEvents();
+}
+
+inline void layOut(const QTextEdit &edit)
+{
+	(void)edit.document()->size();
+}
+
+inline double median(std::vector<double> values)
+{
+	const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+	std::nth_element(values.begin(), middle, values.end());
+	return *middle;
+}
+
+/// Both run in turns, so that the machine's other work meets both; each returns its milliseconds. Prints the medians
+/// and the median of the turns' ratios, which must not be over the budget.
+template <typename Ours, typename Qts>
+bool compare(const char *name, const char *caseName, double budget, int rounds, const Ours &ours, const Qts &qts)
+{
+	std::vector<double> ourTimes;
+	std::vector<double> qtTimes;
+	std::vector<double> ratios;
+	ours();
+	qts();
+	for (int i = 0; i < rounds; ++i) {
+		const bool isOursFirst = i % 2 == 0;
+		const double first = isOursFirst ? ours() : qts();
+		const double second = isOursFirst ? qts() : ours();
+		ourTimes.push_back(isOursFirst ? first : second);
+		qtTimes.push_back(isOursFirst ? second : first);
+		ratios.push_back(ourTimes.back() / qtTimes.back());
+	}
+	const double ratio = median(ratios);
+	const bool isWithin = ratio <= budget;
+	std::printf("%-10s %s  ours %8.3f ms, Qt %8.3f ms, ratio %.2f, budget %.2f%s\n", name, caseName,
+		    median(ourTimes), median(qtTimes), ratio, budget, isWithin ? "" : "  OVER");
+	std::fflush(stdout);
+	return isWithin;
+}
+
+} // namespace quillbay::bench

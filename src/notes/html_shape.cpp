@@ -1,0 +1,981 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#include "notes/html_shape.hpp"
+
+#include <QHash>
+
+#include <algorithm>
+#include <array>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace quillbay {
+
+namespace {
+
+// The tree that Qt's parser builds decides what HTML costs, so the reader below follows that parser tag by tag:
+// what it takes for a tag, which element closes which, and where an element may not be.
+
+constexpr qsizetype kMaxLength = 64 * 1024 * 1024;
+constexpr qsizetype kMaxMarkupLength = 32 * 1024 * 1024; // without comments and data: URLs
+constexpr int kMaxDepth = 200;
+constexpr int kMaxTableDepth = 12;
+constexpr int kMaxElements = 125'000; // a full note of 20,000 paragraphs and 100,000 runs passes
+constexpr int kMaxCloseTags = 250'000;
+constexpr int kMaxAttributes = 500'000;
+constexpr int kMaxFloats = 300;
+constexpr int kMaxColumnSpan = 20'480; // Qt's own
+constexpr int kMaxOpenRowSpans = 1'000;
+constexpr int kMaxFontFamilies = 1'000;
+constexpr int kMaxTextures = 100;
+constexpr int kMaxElementsWithSiblingRules = 500;
+constexpr qsizetype kMaxStyleSheet = 512 * 1024;
+
+// What things cost Qt to parse and to show, in microseconds, as measured; and what all of them together may cost.
+constexpr double kMaxCost = 1'000'000;
+constexpr double kCellCost = 60;
+constexpr double kBorderedCellCost = 130;
+constexpr double kNestedCellCost = 6; // doubles with every level, as do the next three
+constexpr double kNestedBlockCost = 8;
+constexpr double kNestedElementCost = 8;
+constexpr double kNestedCharacterCost = 0.4;
+constexpr double kComplexCharacterFactor = 5; // tabs and other scripts
+constexpr double kPictureCost = 60;
+constexpr double kListItemPairCost = 0.024;
+constexpr double kSelectorCost = 0.1;
+constexpr double kSelectorDepthCost = 0.065;
+constexpr double kDeclarationCost = 0.3;
+constexpr double kDeclarationPairCost = 0.02;
+constexpr double kStyleCharacterCost = 0.13;
+
+enum class Element : quint8 {
+	Other,
+	Body,
+	Br,
+	Caption,
+	Dd,
+	Div,
+	Dl,
+	Dt,
+	Head,
+	Hr,
+	Html,
+	Img,
+	Li,
+	List,
+	Meta,
+	P,
+	Style,
+	Table,
+	Td,
+	Th,
+	Tr,
+	TableSection,
+	Block,
+	Hidden,
+};
+
+enum class Display : quint8 { Inline, Block, Table, None };
+
+struct Name {
+	QLatin1StringView text;
+	Element element;
+	Display display;
+};
+
+constexpr std::array kNames = {
+	Name{QLatin1StringView("blockquote"), Element::Block, Display::Block},
+	Name{QLatin1StringView("body"), Element::Body, Display::Block},
+	Name{QLatin1StringView("br"), Element::Br, Display::Inline},
+	Name{QLatin1StringView("caption"), Element::Caption, Display::Block},
+	Name{QLatin1StringView("center"), Element::Block, Display::Block},
+	Name{QLatin1StringView("dd"), Element::Dd, Display::Block},
+	Name{QLatin1StringView("div"), Element::Div, Display::Block},
+	Name{QLatin1StringView("dl"), Element::Dl, Display::Block},
+	Name{QLatin1StringView("dt"), Element::Dt, Display::Block},
+	Name{QLatin1StringView("h1"), Element::Block, Display::Block},
+	Name{QLatin1StringView("h2"), Element::Block, Display::Block},
+	Name{QLatin1StringView("h3"), Element::Block, Display::Block},
+	Name{QLatin1StringView("h4"), Element::Block, Display::Block},
+	Name{QLatin1StringView("h5"), Element::Block, Display::Block},
+	Name{QLatin1StringView("h6"), Element::Block, Display::Block},
+	Name{QLatin1StringView("head"), Element::Head, Display::None},
+	Name{QLatin1StringView("hr"), Element::Hr, Display::Block},
+	Name{QLatin1StringView("html"), Element::Html, Display::Inline},
+	Name{QLatin1StringView("img"), Element::Img, Display::Inline},
+	Name{QLatin1StringView("li"), Element::Li, Display::Block},
+	Name{QLatin1StringView("link"), Element::Hidden, Display::None},
+	Name{QLatin1StringView("meta"), Element::Meta, Display::None},
+	Name{QLatin1StringView("ol"), Element::List, Display::Block},
+	Name{QLatin1StringView("p"), Element::P, Display::Block},
+	Name{QLatin1StringView("pre"), Element::Block, Display::Block},
+	Name{QLatin1StringView("qt"), Element::Body, Display::Block},
+	Name{QLatin1StringView("script"), Element::Hidden, Display::None},
+	Name{QLatin1StringView("style"), Element::Style, Display::None},
+	Name{QLatin1StringView("table"), Element::Table, Display::Table},
+	Name{QLatin1StringView("tbody"), Element::TableSection, Display::Table},
+	Name{QLatin1StringView("td"), Element::Td, Display::Block},
+	Name{QLatin1StringView("tfoot"), Element::TableSection, Display::Table},
+	Name{QLatin1StringView("th"), Element::Th, Display::Block},
+	Name{QLatin1StringView("thead"), Element::TableSection, Display::Table},
+	Name{QLatin1StringView("title"), Element::Hidden, Display::None},
+	Name{QLatin1StringView("tr"), Element::Tr, Display::Table},
+	Name{QLatin1StringView("ul"), Element::List, Display::Block},
+};
+constexpr qsizetype kLongestName = 10;
+
+// As Qt compares names: only letters of ASCII have another case here, and the Kelvin sign is a capital k. A name
+// that is not closed by what would close it for Qt only looks deeper nested than it is.
+char16_t lower(QChar c)
+{
+	const char16_t unit = c.unicode();
+	return unit >= u'A' && unit <= u'Z' ? char16_t(unit + 32) : unit == 0x212a ? u'k' : unit;
+}
+
+bool isSameName(QStringView a, QStringView b)
+{
+	return a.size() == b.size() && std::ranges::equal(a, b, {}, lower, lower);
+}
+
+Name lookUp(QStringView tag)
+{
+	std::array<char, kLongestName> letters;
+	const Name unknown{QLatin1StringView(), Element::Other, Display::Inline};
+	if (tag.size() > kLongestName) {
+		return unknown;
+	}
+	for (qsizetype i = 0; i < tag.size(); ++i) {
+		const char16_t letter = lower(tag[i]);
+		letters[size_t(i)] = letter < 128 ? char(letter) : '?';
+	}
+	const QLatin1StringView name(letters.data(), tag.size());
+	const auto found = std::ranges::lower_bound(kNames, name, {}, &Name::text);
+	return found != kNames.end() && found->text == name ? *found : unknown;
+}
+
+bool isEmptyElement(Element element)
+{
+	return element == Element::Br || element == Element::Hr || element == Element::Img || element == Element::Meta;
+}
+
+bool isCell(Element element)
+{
+	return element == Element::Td || element == Element::Th;
+}
+
+bool isAllowedIn(Element element, Element parent)
+{
+	switch (element) {
+	case Element::Dd:
+	case Element::Dt:
+		return parent == Element::Dl;
+	case Element::Tr:
+		return parent == Element::Table || parent == Element::TableSection;
+	case Element::Td:
+	case Element::Th:
+		return parent == Element::Tr;
+	case Element::TableSection:
+	case Element::Caption:
+		return parent == Element::Table;
+	case Element::Body:
+		return parent != Element::Head;
+	default:
+		return true;
+	}
+}
+
+bool contains(QStringView text, const char *part)
+{
+	return text.contains(QLatin1StringView(part), Qt::CaseInsensitive);
+}
+
+bool is(QStringView text, const char *other)
+{
+	return text.compare(QLatin1StringView(other), Qt::CaseInsensitive) == 0;
+}
+
+// Where text starts a new block of its own, whatever element it is in.
+bool isBlockBreak(QChar c)
+{
+	return c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator || c.unicode() == 0xfdd0 ||
+	       c.unicode() == 0xfdd1;
+}
+
+qint64 maxOf(const std::unordered_map<size_t, qint64> &counts)
+{
+	qint64 most = 0;
+	for (const auto &[key, count] : counts) {
+		most = std::max(most, count);
+	}
+	return most;
+}
+
+// Qt compares the declarations of an element with one another.
+double declarationCost(qint64 count)
+{
+	return double(count) * (kDeclarationCost + double(count) * kDeclarationPairCost);
+}
+
+class Reader {
+public:
+	Reader(QStringView html, bool isWhole) : html_(html), isWhole_(isWhole) {}
+	HtmlShape read();
+
+private:
+	struct Open {
+		QStringView tag;
+		Element element;
+		Display display;
+		qsizetype items; // list items so far
+	};
+	struct RowSpan {
+		qint64 endRow;
+		int columns;
+	};
+	struct Table {
+		qsizetype depth;
+		qint64 rows = 0;
+		qint64 columns = 0;
+		qint64 rowColumns = 0;
+		qint64 cells = 0;
+		size_t firstSpan;
+	};
+	struct Attributes {
+		int columnSpan = 1;
+		int rowSpan = 1;
+		bool isFloating = false;
+		bool isRoot = false;
+		bool isEmptyParagraph = false;
+		bool isEditorHead = false;
+	};
+
+	[[nodiscard]] bool has(QChar c) const { return pos_ < html_.size() && html_[pos_] == c; }
+	[[nodiscard]] Element top() const { return stack_.empty() ? Element::Other : stack_.back().element; }
+	[[nodiscard]] bool isHidden() const { return !stack_.empty() && stack_.back().display == Display::None; }
+	void skipSpace();
+	QStringView word();
+	void skipTo(QChar c, qsizetype from);
+	void declaration();
+	void tag();
+	void skipFiller(bool isEmptyParagraph);
+	void closeTag();
+	Attributes attributes(const Name &name);
+	void attribute(QStringView key, QStringView value, const Name &name, Attributes &found);
+	qint64 styles(QStringView css);
+	void property(QStringView declaration);
+	void fontFamilies(QStringView value);
+	void truncate(qsizetype depth);
+	void resolve(const Name &name);
+	void push(const Name &name, QStringView tag);
+	void element(const Name &name, const Attributes &found);
+	void table(bool isRoot);
+	void row();
+	void cell(const Attributes &found);
+	void listItem();
+	void text(QStringView text);
+	void styleSheet(QStringView text);
+	void rule(QStringView selectors, qint64 declarations);
+	void closeStyleSheet();
+	void addText(QStringView text);
+	qsizetype entity(QStringView text);
+	void addCharacters(qint64 count);
+	void addBlock();
+	void addPossibleBlock();
+	void content();
+	void addCost(double cost);
+	void finish();
+
+	QStringView html_;
+	bool isWhole_; // not a marked part, before which Qt may put the mark of its own HTML
+	qsizetype pos_ = 0;
+	HtmlShape shape_;
+	std::vector<Open> stack_;
+	std::vector<Table> tables_;
+	std::vector<RowSpan> spans_;
+	std::unordered_set<size_t> families_;
+
+	qint64 blockLength_ = 1;
+	bool isAfterBlock_ = false; // text would start a block of its own
+	bool isBodyFresh_ = false;  // the next block is the one the document came with
+	bool isPristine_ = true;    // nothing has been put into the document yet
+	bool isEditorText_ = false; // Qt wrote it: line feeds between blocks mean nothing
+
+	double cost_ = 0;
+	double nestedFactor_ = 0; // 2 to the number of open tables, or 0
+	qsizetype carried_ = 0;   // characters of data: URLs and comments
+	qint64 elements_ = 0;
+	qint64 closeTags_ = 0;
+	qint64 attributes_ = 0;
+	qint64 floats_ = 0;
+	qint64 images_ = 0;
+	qint64 textures_ = 0;
+	qint64 familyCount_ = 0;
+	qsizetype maxDepth_ = 0;
+	qint64 sheetLength_ = 0;
+	qint64 sheetSelectors_ = 0;
+	qint64 selectors_ = 0;
+	// Declarations of the rules for any element, and by the name or the class that an element must have.
+	qint64 general_ = 0;
+	std::unordered_map<size_t, qint64> named_;
+	std::unordered_map<size_t, qint64> classed_;
+	qint64 maxClasses_ = 1;
+	bool hasNestedSelectors_ = false;
+	bool hasSiblingSelectors_ = false;
+	bool hasFloatRules_ = false;
+	bool hasRootTable_ = false;
+};
+
+HtmlShape Reader::read()
+{
+	shape_.isHarmless = html_.size() <= kMaxLength;
+	while (pos_ < html_.size() && shape_.isHarmless) {
+		const qsizetype next = html_.indexOf(u'<', pos_);
+		text(html_.sliced(pos_, (next < 0 ? html_.size() : next) - pos_));
+		if (next < 0) {
+			break;
+		}
+		pos_ = next + 1;
+		tag();
+	}
+	finish();
+	return shape_;
+}
+
+void Reader::finish()
+{
+	truncate(0);
+	if (hasFloatRules_) {
+		floats_ += images_;
+	}
+	if (selectors_ > 0) {
+		const double depthCost = hasNestedSelectors_ ? kSelectorDepthCost * double(maxDepth_) : 0;
+		addCost(double(selectors_) * double(elements_) * (kSelectorCost + depthCost));
+		const qint64 most = general_ + maxOf(named_) + maxOf(classed_) * maxClasses_;
+		addCost(double(elements_) * declarationCost(most));
+	}
+	shape_.isHarmless = shape_.isHarmless && floats_ <= kMaxFloats && pos_ - carried_ <= kMaxMarkupLength &&
+			    !(hasSiblingSelectors_ && elements_ > kMaxElementsWithSiblingRules);
+	shape_.longestBlock = std::max(shape_.longestBlock, blockLength_);
+	shape_.isBounded = shape_.isBounded && shape_.isHarmless; // a refused text is not read to its end
+}
+
+void Reader::skipSpace()
+{
+	while (pos_ < html_.size() && html_[pos_].isSpace() && html_[pos_] != QChar::ParagraphSeparator) {
+		++pos_;
+	}
+}
+
+// Moves behind the next `c`, or to the end.
+void Reader::skipTo(QChar c, qsizetype from)
+{
+	const qsizetype found = html_.indexOf(c, from);
+	pos_ = found < 0 ? html_.size() : found + 1;
+}
+
+// A name or a value, quoted or not.
+QStringView Reader::word()
+{
+	const qsizetype start = pos_;
+	if (has(u'"')) {
+		skipTo(u'"', pos_ + 1);
+		const bool isClosed = pos_ > start + 1 && html_[pos_ - 1] == u'"';
+		return html_.sliced(start + 1, pos_ - start - 1 - (isClosed ? 1 : 0));
+	}
+	if (has(u'\'')) {
+		++pos_;
+		do {
+			skipTo(u'\'', pos_);
+		} while (pos_ < html_.size() && html_[pos_ - 2] == u'\\');
+		const bool isClosed = pos_ > start + 1 && html_[pos_ - 1] == u'\'';
+		return html_.sliced(start + 1, pos_ - start - 1 - (isClosed ? 1 : 0));
+	}
+	while (pos_ < html_.size()) {
+		const QChar c = html_[pos_];
+		const bool isEnd = c == u'>' || c == u'<' || c == u'=' || c.isSpace() ||
+				   (c == u'/' && pos_ + 1 < html_.size() && html_[pos_ + 1] == u'>');
+		if (isEnd) {
+			break;
+		}
+		++pos_;
+	}
+	return html_.sliced(start, pos_ - start);
+}
+
+// "<!": a comment or a document type.
+void Reader::declaration()
+{
+	const qsizetype start = pos_;
+	++pos_;
+	if (html_.sliced(pos_).startsWith(QLatin1StringView("--"))) {
+		const qsizetype end = html_.indexOf(QLatin1StringView("-->"), pos_ + 2);
+		pos_ = end < 0 ? html_.size() : end + 3;
+	} else {
+		skipTo(u'>', pos_);
+	}
+	carried_ += pos_ - start;
+}
+
+// Whether a tag's name can be taken as it is written. Qt resolves entities in names; nobody else writes them.
+bool isPlainName(QStringView tag)
+{
+	return !tag.contains(u'&') || !tag.contains(u';');
+}
+
+void Reader::tag()
+{
+	skipSpace();
+	if (has(u'!')) {
+		declaration();
+		if (isWhole_ && stack_.empty() && !isEditorText_) {
+			skipSpace();
+		}
+		return;
+	}
+	if (has(u'/')) {
+		closeTag();
+		return;
+	}
+	const QStringView tag = word();
+	const Name name = lookUp(tag);
+	shape_.isHarmless = shape_.isHarmless && isPlainName(tag) && ++elements_ <= kMaxElements;
+	Attributes found;
+	if (pos_ < html_.size() && html_[pos_].isSpace()) {
+		found = attributes(name);
+	}
+	const qsizetype start = pos_;
+	skipTo(u'>', pos_);
+	const bool isClosed = html_.sliced(start, pos_ - start).contains(u'/');
+	isEditorText_ = isEditorText_ || (found.isEditorHead && name.element == Element::Meta);
+	resolve(name);
+	element(name, found);
+	const bool isVoid = isClosed || isEmptyElement(name.element);
+	isAfterBlock_ = isAfterBlock_ || (isVoid && name.display == Display::Block && !isHidden());
+	if (!isVoid && !tag.isEmpty()) {
+		push(name, tag);
+		if (name.element == Element::Table) {
+			table(found.isRoot);
+		}
+		skipFiller(found.isEmptyParagraph);
+	} else if (name.element == Element::Table) {
+		++floats_;
+	}
+}
+
+// Qt writes a line break into an empty paragraph and drops it when it reads it.
+void Reader::skipFiller(bool isEmptyParagraph)
+{
+	static constexpr QLatin1StringView kFiller("<br />");
+	if (!isEmptyParagraph) {
+		return;
+	}
+	const QStringView rest = html_.sliced(pos_);
+	if (rest.startsWith(kFiller) && rest.sliced(kFiller.size()).startsWith(QLatin1StringView("</"))) {
+		pos_ += kFiller.size();
+		++elements_;
+	} else {
+		shape_.isBounded = false; // Qt would skip more than this paragraph
+	}
+}
+
+void Reader::closeTag()
+{
+	++pos_;
+	if (top() == Element::Style) {
+		closeStyleSheet();
+	}
+	const QStringView tag = word().trimmed();
+	skipTo(u'>', pos_);
+	shape_.isHarmless = shape_.isHarmless && isPlainName(tag) && ++closeTags_ <= kMaxCloseTags;
+	for (qsizetype depth = qsizetype(stack_.size()); depth > 0; --depth) {
+		if (isSameName(stack_[size_t(depth) - 1].tag, tag)) {
+			truncate(depth - 1);
+			return;
+		}
+	}
+}
+
+Reader::Attributes Reader::attributes(const Name &name)
+{
+	Attributes found;
+	bool isEditorName = false;
+	bool isEditorContent = false;
+	while (pos_ < html_.size()) {
+		skipSpace();
+		if (has(u'>') || has(u'/')) {
+			break;
+		}
+		const QStringView key = word();
+		if (key.isEmpty()) {
+			break;
+		}
+		shape_.isHarmless = shape_.isHarmless && isPlainName(key) && ++attributes_ <= kMaxAttributes;
+		skipSpace();
+		if (!has(u'=')) {
+			continue;
+		}
+		++pos_;
+		skipSpace();
+		const QStringView value = word();
+		isEditorName = isEditorName || (is(key, "name") && value == QLatin1StringView("qrichtext"));
+		isEditorContent =
+			isEditorContent || (isEditorName && is(key, "content") && value == QLatin1StringView("1"));
+		attribute(key, value, name, found);
+	}
+	found.isEditorHead = isEditorContent;
+	return found;
+}
+
+// A number in an attribute; entities may hide digits, so what holds one counts as the largest.
+int spanOf(QStringView value)
+{
+	bool isNumber = false;
+	const int span = value.toInt(&isNumber);
+	return value.contains(u'&') ? kMaxColumnSpan : isNumber ? std::clamp(span, 1, kMaxColumnSpan) : 1;
+}
+
+// Whether a style is of the simple kind that Qt writes and surely reads: "name:value; name:value;".
+bool isPlainStyle(QStringView css)
+{
+	const auto isPlain = [](QChar c) {
+		return c.isLetterOrNumber() || c == u'-' || c == u'.' || c == u'#' || c == u' ' || c == u'\'' ||
+		       c == u',';
+	};
+	for (QStringView declaration : css.tokenize(u';', Qt::SkipEmptyParts)) {
+		const qsizetype colon = declaration.indexOf(u':');
+		const QStringView value = declaration.sliced(colon + 1).trimmed();
+		const bool isComplete = colon > 0 && !value.isEmpty() && value.count(u'\'') % 2 == 0;
+		if (!isComplete || !std::ranges::all_of(value, isPlain) ||
+		    !std::ranges::all_of(declaration.first(colon), isPlain)) {
+			return false;
+		}
+	}
+	return css.endsWith(u';');
+}
+
+void Reader::attribute(QStringView key, QStringView value, const Name &name, Attributes &found)
+{
+	if (is(key, "style")) {
+		addCost(declarationCost(styles(value)));
+		addCost(isCell(name.element) && contains(value, "border") ? kBorderedCellCost : 0);
+		found.isFloating =
+			found.isFloating || contains(value, "float") || value.contains(u'\\') || value.contains(u'&');
+		found.isRoot = value.startsWith(QLatin1StringView("-qt-table-type: root;")) && isPlainStyle(value);
+		found.isEmptyParagraph =
+			value.startsWith(QLatin1StringView("-qt-paragraph-type:empty;")) && isPlainStyle(value);
+		shape_.isBounded = shape_.isBounded && (found.isEmptyParagraph || !contains(value, "paragraph-type"));
+	} else if (isCell(name.element) && is(key, "colspan")) {
+		found.columnSpan = std::max(found.columnSpan, spanOf(value));
+	} else if (isCell(name.element) && is(key, "rowspan")) {
+		found.rowSpan = std::max(found.rowSpan, spanOf(value));
+	} else if (is(key, "align") && name.element == Element::Img) {
+		found.isFloating = true;
+	} else if (is(key, "face")) {
+		fontFamilies(value);
+	} else if (is(key, "class")) {
+		maxClasses_ = std::max<qint64>(maxClasses_,
+					       1 + std::ranges::count_if(value, [](QChar c) { return c.isSpace(); }));
+	}
+	if (value.size() > 64 && value.startsWith(QLatin1StringView("data:"))) {
+		carried_ += value.size();
+	}
+}
+
+// Looks at the declarations of a style attribute or of a rule; returns how many there are.
+qint64 Reader::styles(QStringView css)
+{
+	qint64 count = 0;
+	if (css.contains(u'\\') || css.contains(QLatin1StringView("/*"))) {
+		fontFamilies(css);
+	}
+	qsizetype start = 0;
+	for (qsizetype colon = css.indexOf(u':'); colon >= 0; colon = css.indexOf(u':', start)) {
+		qsizetype end = css.indexOf(u';', colon);
+		end = end < 0 ? css.size() : end;
+		const QStringView key = css.sliced(start, colon - start).trimmed();
+		if (key.endsWith(QLatin1StringView("family"), Qt::CaseInsensitive) ||
+		    key.endsWith(QLatin1StringView("font"), Qt::CaseInsensitive)) {
+			fontFamilies(css.sliced(colon + 1, end - colon - 1));
+		} else if (contains(key, "dasharray")) {
+			shape_.isHarmless = false;
+		} else if (contains(key, "texture")) {
+			shape_.isHarmless = shape_.isHarmless && ++textures_ <= kMaxTextures;
+		}
+		start = std::min(end + 1, css.size());
+		++count;
+	}
+	return count;
+}
+
+void Reader::fontFamilies(QStringView value)
+{
+	if (families_.insert(qHash(value)).second) {
+		familyCount_ += 1 + value.count(u',');
+		shape_.isHarmless = shape_.isHarmless && familyCount_ <= kMaxFontFamilies;
+	}
+}
+
+// Closes every element beyond `depth`.
+void Reader::truncate(qsizetype depth)
+{
+	while (qsizetype(stack_.size()) > depth) {
+		const Open open = stack_.back();
+		stack_.pop_back();
+		isAfterBlock_ = isAfterBlock_ || open.display == Display::Block || open.element == Element::Tr;
+		if (!tables_.empty() && tables_.back().depth == qsizetype(stack_.size())) {
+			spans_.resize(tables_.back().firstSpan);
+			tables_.pop_back();
+			nestedFactor_ = tables_.empty() ? 0 : double(1 << tables_.size());
+		}
+	}
+}
+
+// Leaves open only what the new element may be in.
+void Reader::resolve(const Name &name)
+{
+	const auto elementAt = [this](qsizetype depth) { return stack_[size_t(depth) - 1].element; };
+	qsizetype parent = qsizetype(stack_.size());
+	const auto isInside = [&](Element element) {
+		return std::ranges::any_of(stack_, [element](const Open &open) { return open.element == element; });
+	};
+	if (name.element == Element::Td && !isInside(Element::Tr)) {
+		resolve(lookUp(u"tr"));
+		row();
+		push(lookUp(u"tr"), u"tr");
+		parent = qsizetype(stack_.size());
+	}
+	if (name.element == Element::Tr && !isInside(Element::Table)) {
+		push(lookUp(u"table"), u"table");
+		table(false);
+		parent = qsizetype(stack_.size());
+	}
+	if (name.element == Element::P) {
+		qsizetype block = parent;
+		while (block > 0 && stack_[size_t(block) - 1].display != Display::Block) {
+			--block;
+		}
+		parent = block > 0 && elementAt(block) == Element::P ? block : parent;
+	}
+	const bool isNotSelfNesting = name.element == Element::P || name.element == Element::Li;
+	if (isNotSelfNesting && parent > 0 && elementAt(parent) == name.element) {
+		--parent;
+	}
+	while (parent > 0 && !isAllowedIn(name.element, elementAt(parent))) {
+		--parent;
+	}
+	truncate(parent);
+}
+
+void Reader::push(const Name &name, QStringView tag)
+{
+	stack_.push_back({tag, name.element, isHidden() ? Display::None : name.display, 0});
+	maxDepth_ = std::max(maxDepth_, qsizetype(stack_.size()));
+	shape_.isHarmless = shape_.isHarmless && qsizetype(stack_.size()) <= kMaxDepth;
+}
+
+// What an element adds to the document by itself.
+void Reader::element(const Name &name, const Attributes &found)
+{
+	const bool isFloating = found.isFloating || (name.element == Element::Table && hasFloatRules_);
+	addCost(nestedFactor_ * kNestedElementCost);
+	if (isHidden()) {
+		return;
+	}
+	const bool isFrame = name.display == Display::None || name.element == Element::Html;
+	isPristine_ = isPristine_ && (isFrame || name.element == Element::Body);
+	switch (name.element) {
+	case Element::Body:
+		if (isPristine_) {
+			isPristine_ = false;
+			isBodyFresh_ = true;
+		} else {
+			addBlock();
+		}
+		break;
+	case Element::Img:
+		++images_;
+		addCost(kPictureCost);
+		floats_ += isFloating ? 1 : 0;
+		[[fallthrough]];
+	case Element::Br:
+		content();
+		addCharacters(1);
+		break;
+	case Element::Li:
+		listItem();
+		addBlock();
+		break;
+	case Element::List:
+		isAfterBlock_ = true;
+		break;
+	case Element::Hr:
+		addPossibleBlock(); // the text around a rule may get a block of its own
+		addBlock();
+		break;
+	case Element::Tr:
+		row();
+		break;
+	case Element::Td:
+	case Element::Th:
+		cell(found);
+		break;
+	case Element::Table:
+		floats_ += isFloating ? 1 : 0;
+		break;
+	default:
+		if (name.display == Display::Block) {
+			addBlock();
+		}
+	}
+}
+
+void Reader::table(bool isRoot)
+{
+	shape_.isBounded = false;
+	if (isRoot && !hasRootTable_) {
+		hasRootTable_ = true;
+		return;
+	}
+	tables_.push_back({.depth = qsizetype(stack_.size()) - 1, .firstSpan = spans_.size()});
+	nestedFactor_ = double(1 << tables_.size());
+	shape_.isHarmless = shape_.isHarmless && qsizetype(tables_.size()) <= kMaxTableDepth;
+}
+
+void Reader::row()
+{
+	shape_.isBounded = false;
+	if (tables_.empty()) {
+		return;
+	}
+	Table &table = tables_.back();
+	++table.rows;
+	const auto isOver = [&table](const RowSpan &span) { return span.endRow <= table.rows; };
+	const auto first = spans_.begin() + std::ptrdiff_t(table.firstSpan);
+	spans_.erase(std::remove_if(first, spans_.end(), isOver), spans_.end());
+	table.rowColumns = 0;
+	for (size_t i = table.firstSpan; i < spans_.size(); ++i) {
+		table.rowColumns += spans_[i].columns;
+	}
+}
+
+// Every row has as many cells as the longest.
+void Reader::cell(const Attributes &found)
+{
+	shape_.isBounded = false;
+	if (tables_.empty()) {
+		return;
+	}
+	Table &table = tables_.back();
+	table.rowColumns += found.columnSpan;
+	table.columns = std::max(table.columns, table.rowColumns);
+	if (found.rowSpan > 1) {
+		spans_.push_back({table.rows + found.rowSpan, found.columnSpan});
+		shape_.isHarmless = shape_.isHarmless && spans_.size() - table.firstSpan <= kMaxOpenRowSpans;
+	}
+	const qint64 cells = std::max<qint64>(table.rows, 1) * table.columns;
+	addCost(double(cells - table.cells) * (kCellCost + nestedFactor_ * kNestedCellCost));
+	table.cells = cells;
+}
+
+// Qt walks a whole list for every item that it gets.
+void Reader::listItem()
+{
+	const auto isList = [](const Open &open) { return open.element == Element::List; };
+	const auto list = std::find_if(stack_.rbegin(), stack_.rend(), isList);
+	if (list != stack_.rend()) {
+		addCost(kListItemPairCost * 2 * double(++list->items));
+	}
+}
+
+void Reader::text(QStringView text)
+{
+	if (text.isEmpty()) {
+		return;
+	}
+	if (isHidden()) {
+		if (top() == Element::Style) {
+			styleSheet(text);
+		}
+		return;
+	}
+	if (nestedFactor_ > 0) {
+		const auto isComplex = [](QChar c) { return c == u'\t' || c == u'&' || c.unicode() >= 0x0300; };
+		const double complex = double(std::ranges::count_if(text, isComplex)) * (kComplexCharacterFactor - 1);
+		addCost(nestedFactor_ * kNestedCharacterCost * (double(text.size()) + complex));
+	}
+	if (shape_.isBounded) {
+		addText(text);
+	}
+}
+
+void Reader::styleSheet(QStringView text)
+{
+	sheetLength_ += text.size();
+	shape_.isHarmless = shape_.isHarmless && sheetLength_ <= kMaxStyleSheet;
+	qsizetype start = 0;
+	for (qsizetype brace = text.indexOf(u'{'); brace >= 0; brace = text.indexOf(u'{', start)) {
+		const QStringView selectors = text.sliced(start, brace - start).trimmed();
+		sheetSelectors_ += 1 + selectors.count(u',');
+		hasNestedSelectors_ = hasNestedSelectors_ || selectors.contains(u' ') || selectors.contains(u'>') ||
+				      selectors.contains(u'\n') || selectors.contains(u'\t');
+		hasSiblingSelectors_ = hasSiblingSelectors_ || selectors.contains(u'~') || selectors.contains(u'+');
+		qsizetype end = text.indexOf(u'}', brace);
+		end = end < 0 ? text.size() : end;
+		if (selectors.startsWith(QLatin1StringView("@media"))) {
+			end = brace; // its rules are read as if they were not in it
+		} else {
+			rule(selectors, styles(text.sliced(brace + 1, end - brace - 1)));
+		}
+		start = std::min(end + 1, text.size());
+	}
+	shape_.isBounded = shape_.isBounded && !contains(text, "paragraph-type");
+	hasFloatRules_ = hasFloatRules_ || contains(text, "float") || text.contains(u'\\');
+}
+
+void Reader::rule(QStringView selectors, qint64 declarations)
+{
+	if (selectors.startsWith(QLatin1StringView("@font-face"))) {
+		return;
+	}
+	for (QStringView selector : selectors.tokenize(u',')) {
+		const auto isGap = [](QChar c) { return c.isSpace() || c == u'>' || c == u'+' || c == u'~'; };
+		selector = selector.trimmed();
+		const auto gap = std::find_if(selector.rbegin(), selector.rend(), isGap);
+		const QStringView last = selector.sliced(selector.rend() - gap);
+		const qsizetype dot = last.lastIndexOf(u'.');
+		const auto isLetter = [](QChar c) { return c.isLetterOrNumber() || c == u'-' || c == u'_'; };
+		const QStringView key = last.sliced(dot + 1);
+		if (key.isEmpty() || !std::ranges::all_of(key, isLetter)) {
+			general_ += declarations;
+		} else {
+			(dot < 0 ? named_ : classed_)[qHash(key.toString().toLower())] += declarations;
+		}
+	}
+}
+
+// Qt reads the sheet so far at every closing tag in it.
+void Reader::closeStyleSheet()
+{
+	selectors_ += sheetSelectors_;
+	addCost(double(sheetLength_) * kStyleCharacterCost);
+}
+
+// Counts text as Qt keeps it at most: white space that it would drop or join counts.
+void Reader::addText(QStringView text)
+{
+	for (qsizetype i = 0; i < text.size() && shape_.isBounded; ++i) {
+		const QChar c = text[i];
+		if (c == u'&') {
+			content();
+			i += entity(text.sliced(i)) - 1;
+		} else if (isBlockBreak(c)) {
+			if (!isEditorText_ || c != u'\n') {
+				addPossibleBlock();
+				addCharacters(1);
+				isBodyFresh_ = false;
+				isPristine_ = false;
+			}
+		} else {
+			if (!c.isSpace()) {
+				content();
+			}
+			isBodyFresh_ = false;
+			isPristine_ = false;
+			addCharacters(1);
+		}
+	}
+}
+
+// Counts the entity or the lone ampersand that `text` starts with; returns its length.
+qsizetype Reader::entity(QStringView text)
+{
+	static constexpr const char *kCharacters[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&nbsp;"};
+	for (const char *known : kCharacters) {
+		const QLatin1StringView name(known);
+		if (text.startsWith(name)) {
+			addCharacters(1);
+			return name.size();
+		}
+	}
+	if (text.size() > 1 && text[1] == u'#') {
+		addPossibleBlock();
+	}
+	addCharacters(1);
+	return 1;
+}
+
+void Reader::addCharacters(qint64 count)
+{
+	shape_.characters += count;
+	blockLength_ += count;
+}
+
+// An element that is a block opens.
+void Reader::addBlock()
+{
+	const bool isNew = !isBodyFresh_;
+	isAfterBlock_ = false;
+	isPristine_ = false;
+	isBodyFresh_ = false;
+	if (isNew) {
+		addPossibleBlock();
+		shape_.longestBlock = std::max(shape_.longestBlock, blockLength_);
+		blockLength_ = 1;
+	}
+}
+
+// A block that Qt may start or not: what follows may also belong to the block so far.
+void Reader::addPossibleBlock()
+{
+	addCost(nestedFactor_ * kNestedBlockCost);
+	++shape_.blocks;
+	++shape_.characters;
+}
+
+// Something that is seen is about to be added.
+void Reader::content()
+{
+	if (isAfterBlock_) {
+		addPossibleBlock();
+	}
+	isAfterBlock_ = false;
+	isBodyFresh_ = false;
+	isPristine_ = false;
+}
+
+void Reader::addCost(double cost)
+{
+	cost_ += cost;
+	shape_.isHarmless = shape_.isHarmless && cost_ <= kMaxCost;
+}
+
+// What Qt reads of the HTML: the clipboard marks the part that was copied.
+QStringView fragmentOf(QStringView html)
+{
+	const qsizetype start = html.indexOf(QLatin1StringView("<!--StartFragment-->"));
+	if (start < 0) {
+		return html;
+	}
+	const qsizetype end = html.indexOf(QLatin1StringView("<!--EndFragment-->"));
+	return start < end ? html.sliced(start, end - start) : html.sliced(start);
+}
+
+} // namespace
+
+HtmlShape shapeOf(const QString &html)
+{
+	if (html.size() > kMaxLength) {
+		return {.isHarmless = false, .isBounded = false};
+	}
+	const QStringView fragment = fragmentOf(html);
+	return Reader(fragment, fragment.size() == html.size()).read();
+}
+
+bool isHarmlessHtml(const QString &html)
+{
+	return shapeOf(html).isHarmless;
+}
+
+} // namespace quillbay

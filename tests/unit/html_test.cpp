@@ -1,0 +1,330 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#include "notes/html_shape.hpp"
+#include "notes/limits.hpp"
+#include "notes/note_document.hpp"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QPainter>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextEdit>
+#include <QTextList>
+#include <QTextTable>
+#include <QtTest>
+
+#include <sys/stat.h>
+
+namespace quillbay::test {
+
+namespace {
+
+// `part` so many times, with "%1" replaced by the running number.
+QString times(int count, const QString &part)
+{
+	QString all;
+	for (int i = 0; i < count; ++i) {
+		all += part.contains(QStringLiteral("%1")) ? part.arg(i) : part;
+	}
+	return all;
+}
+
+QString savedText(const QString &text)
+{
+	QTextDocument document;
+	document.setPlainText(text);
+	return document.toHtml();
+}
+
+QString pictureUrl(QSize size)
+{
+	QImage image(size, QImage::Format_RGB32);
+	image.fill(Qt::red);
+	QByteArray bytes;
+	QBuffer buffer(&bytes);
+	image.save(&buffer, "PNG");
+	return QStringLiteral("data:image/png;base64,") + QString::fromLatin1(bytes.toBase64());
+}
+
+// The colour in the middle of a picture that is shown 40 pixels wide and high.
+QColor shownColor(const QString &source)
+{
+	NoteDocument document;
+	document.setDocumentMargin(0);
+	document.setHtml(QStringLiteral("<img src=\"%1\" width=40 height=40>").arg(source));
+	QImage canvas(100, 100, QImage::Format_RGB32);
+	canvas.fill(Qt::white);
+	QPainter painter(&canvas);
+	document.drawContents(&painter);
+	return canvas.pixelColor(20, 20);
+}
+
+} // namespace
+
+class HtmlTest : public QObject {
+	Q_OBJECT
+
+private Q_SLOTS:
+	void ruinousHtmlIsRefusedAtOnce_data();
+	void ruinousHtmlIsRefusedAtOnce();
+	void realDocumentsPass_data();
+	void realDocumentsPass();
+	void savedNotesPassUnparsedUpToTheLimits_data();
+	void savedNotesPassUnparsedUpToTheLimits();
+	void boundsHoldForAnyHtml();
+	void nothingOutsideIsOpened_data();
+	void nothingOutsideIsOpened();
+	void onlyModestPicturesOfItsOwnAreShown();
+};
+
+void HtmlTest::ruinousHtmlIsRefusedAtOnce_data()
+{
+	QTest::addColumn<QString>("html");
+	const auto add = [](const char *name, const QString &html) { QTest::newRow(name) << html; };
+	const QString paragraphs = times(20'000, "<p>line</p>");
+	add("nested tables", times(14, "<table><tr><td>"));
+	add("much text in nested tables", times(6, "<table><tr><td>") + QString(190'000, u'x'));
+	add("many cells", "<table>" + times(20'000, "<tr><td>a<td>b") + "</table>");
+	add("wide cells", "<table>" + times(20, "<tr><td colspan=5000>x"));
+	add("spans of spans", "<table>" + times(300, "<tr><td rowspan=100000>x"));
+	add("nested blocks", times(10'000, "<div>"));
+	add("names in disguise", times(10'000, "<span></\u017fpan><i></\u0130>"));
+	add("unclosed formatting", times(10'000, "<b><i><u>x"));
+	add("a long word", QString(200'001, u'x'));
+	add("runs", times(200'000, "<span style='color:#%1'>x</span>"));
+	add("a long list", "<ul>" + times(20'000, "<li>x") + "</ul>");
+	add("floats", times(1000, "<img src=x style='float:left'>"));
+	add("floats by rule", "<style>img{f\\6coat:left}</style>" + times(1000, "<img src=x>"));
+	add("sibling rules", "<style>p ~ b {color:red}</style>" + paragraphs);
+	add("many rules", "<style>" + times(500, "*{color:red}") + "</style>" + paragraphs);
+	add("rules read again", "<style>" + times(3000, "a{color:red}") + times(2000, "</x>"));
+	add("rules for one class",
+	    "<style>" + times(300, ".x{border:1px;margin:0;color:red}") + "</style>" + times(2000, "<p class=x>x"));
+	add("a long style", "<p style=\"" + times(20'000, "border:1px;") + "\">");
+	add("a stroke of dashes", "<p style=\"-qt-stroke-dasharray:0.0001,0.0001\">x");
+	add("bidirectional text in tables", times(3, "<table><tr><td>") + QString(190'000, QChar(0x5d0)));
+	add("fonts", times(5000, "<p style=\"font-family:'f%1'\">x"));
+	add("empty elements", times(1'000'000, "<b>") + times(1'000'000, "</b>"));
+	add("attributes", "<p " + times(2'000'000, "a=b ") + ">");
+	add("white space", QString(70'000'000, u' '));
+	add("a fragment in a comment", "<x a=\"<!--StartFragment-->" + times(14, "<table><tr><td>"));
+}
+
+void HtmlTest::ruinousHtmlIsRefusedAtOnce()
+{
+	QFETCH(QString, html);
+	QElapsedTimer timer;
+	timer.start();
+	QVERIFY(!withinHtmlLimits(html));
+	QVERIFY2(timer.elapsed() < 250, qPrintable(QString::number(timer.elapsed())));
+}
+
+void HtmlTest::realDocumentsPass_data()
+{
+	QTest::addColumn<QString>("html");
+	const auto add = [](const char *name, const QString &html) { QTest::newRow(name) << html; };
+	add("nothing", {});
+	add("Word",
+	    "<html xmlns:o=\"urn:schemas-microsoft-com:office:office\"><head><!--[if gte mso 9]><xml><w:LatentStyles>" +
+		    times(376, "<w:LsdException Locked=\"false\" Name=\"%1\"/>") + "</xml><![endif]--><style><!--" +
+		    times(60, "@font-face{font-family:\"Font%1\";panose-1:2 4 5}") +
+		    times(120, "p.Style%1, li.Style%1, div.Style%1{margin:0cm;font-family:\"Calibri\",sans-serif}") +
+		    "--></style></head><body lang=EN-US style='tab-interval:36.0pt'>" +
+		    times(1500, "<p class=MsoNormal><b><span lang=EN-US style='font-size:12.0pt;line-height:107%;"
+				"mso-ansi-language:EN-US'>Text<o:p></o:p></span></b> and more &nbsp;</p>\n") +
+		    "</body></html>");
+	add("a table of the web", "<table width=\"100%\">" +
+					  times(50, "<tr>" + times(10, "<td style=\"padding:4px\">cell") + "</tr>") +
+					  "</table>");
+	add("a mail", times(6, "<table width=600 cellpadding=0><tr><td align=center>") +
+			      times(40, "<p>A line of a newsletter.</p>"));
+	add("nested lists", times(8, "<ul><li>item</li><li>item") + times(8, "</li></ul>"));
+	add("a page with optional tags left out",
+	    times(3000, "<p>one<br>two") + "<ul>" + times(500, "<li>x") + "<table>" + times(60, "<tr><td>a<td>b"));
+	add("code", "<pre>" + times(150, "<span style=\"color:#00f\">if</span> (a &lt; b) {\n") + "</pre>");
+	add("a large picture", "<img src=\"data:image/png;base64," + QString(40'000'000, u'A') + "\">");
+	QTextDocument note;
+	QTextCursor cursor(&note);
+	cursor.insertHtml(
+		times(200, "<h2>Title</h2><p align=right><b>bold</b><i>it</i><s>x</s> &amp; <a href=x>y</a></p>"));
+	cursor.createList(QTextListFormat::ListDecimal);
+	cursor.insertTable(20, 5);
+	add("a formatted note", note.toHtml());
+}
+
+void HtmlTest::realDocumentsPass()
+{
+	QFETCH(QString, html);
+	QVERIFY(withinHtmlLimits(html));
+}
+
+void HtmlTest::savedNotesPassUnparsedUpToTheLimits_data()
+{
+	QTest::addColumn<QString>("html");
+	QTest::addColumn<bool>("fits");
+	const QString line = QString(9, u'&') + u'\n';
+	QTest::newRow("all characters in all paragraphs") << savedText(line.repeated(20'000).chopped(1)) << true;
+	QTest::newRow("a character too many") << savedText(line.repeated(20'000)) << false;
+	QTest::newRow("a paragraph too many") << savedText(QString(20'000, u'\n')) << false;
+	QTest::newRow("empty paragraphs") << savedText(QString(19'999, u'\n')) << true;
+	QTest::newRow("the longest paragraph") << savedText(QString(10'000, u'<')) << true;
+	QTest::newRow("a longer paragraph") << savedText(QString(10'001, u'<')) << false;
+	QTest::newRow("lines in a paragraph") << savedText(QString(10'000, QChar::LineSeparator)) << true;
+}
+
+void HtmlTest::savedNotesPassUnparsedUpToTheLimits()
+{
+	QFETCH(QString, html);
+	QFETCH(bool, fits);
+	QCOMPARE(withinHtmlLimits(html), fits);
+	const auto scratch = NoteDocument::makeScratch();
+	scratch->setHtml(html);
+	const HtmlShape shape = shapeOf(html);
+	QVERIFY(shape.isHarmless && shape.isBounded);
+	QCOMPARE(shape.characters, qint64(scratch->characterCount()));
+	QCOMPARE(shape.blocks, qint64(scratch->blockCount()));
+}
+
+void HtmlTest::boundsHoldForAnyHtml()
+{
+	static const QStringList kParts = {"<p>",
+					   "</p>",
+					   "<div>",
+					   "</div>",
+					   "<b>",
+					   "</b>",
+					   "<ul>",
+					   "</ul>",
+					   "<li>",
+					   "</li>",
+					   "<br>",
+					   "<hr>",
+					   "<br/>",
+					   "text ",
+					   " ",
+					   "\n",
+					   "&amp;",
+					   "&#10;",
+					   "&#x2029;",
+					   "&",
+					   "\u2029",
+					   "\u2028",
+					   "<pre>",
+					   "</pre>",
+					   "<body>",
+					   "<html>",
+					   "<head>",
+					   "</head>",
+					   "<style>p{white-space:pre}</style>",
+					   "<img src='>'>",
+					   "<!-- <p> -->",
+					   "<p style=\"-qt-paragraph-type:empty\">",
+					   "<span title=\"a>b\">",
+					   "</span>",
+					   "<dl>",
+					   "<dd>",
+					   "<a name=x>",
+					   "<meta name=\"qrichtext\" content=\"1\" />",
+					   "<",
+					   "<>",
+					   "</>",
+					   "<p/>",
+					   "<'q'>",
+					   "\r",
+					   "<h1>",
+					   "</h1>",
+					   "\t",
+					   "<div style='white-space:pre-wrap'>",
+					   "<title>",
+					   "</title>",
+					   "<blockquote>",
+					   "\U0001F600",
+					   "<x y='\\'>'>",
+					   "<center>",
+					   "</body>",
+					   "<ol start=3>",
+					   "</ol>",
+					   "<!--StartFragment-->",
+					   "<!--EndFragment-->"};
+	QRandomGenerator random(20260101);
+	int bounded = 0;
+	for (int round = 0; round < 6000; ++round) {
+		QString html;
+		for (int part = random.bounded(1, 40); part > 0; --part) {
+			html += kParts[random.bounded(kParts.size())];
+		}
+		const HtmlShape shape = shapeOf(html);
+		const auto scratch = NoteDocument::makeScratch();
+		scratch->setHtml(html);
+		int longest = 0;
+		for (QTextBlock block = scratch->begin(); block.isValid(); block = block.next()) {
+			longest = std::max(longest, block.length());
+		}
+		const bool holds = shape.characters >= scratch->characterCount() &&
+				   shape.blocks >= scratch->blockCount() && shape.longestBlock >= longest;
+		QVERIFY2(!shape.isBounded || holds, qPrintable(QStringLiteral("%1 %2 of %3 %4: %5")
+								       .arg(shape.characters)
+								       .arg(shape.blocks)
+								       .arg(scratch->characterCount())
+								       .arg(scratch->blockCount())
+								       .arg(html)));
+		bounded += shape.isBounded ? 1 : 0;
+	}
+	QVERIFY(bounded > 4000);
+}
+
+void HtmlTest::nothingOutsideIsOpened_data()
+{
+	QTest::addColumn<QString>("name");
+	for (const char *name : {"file://%1", "%1", "picture.png", "qrc%1", "//host%1", "http://127.0.0.1:9%1"}) {
+		QTest::newRow(name) << QString::fromLatin1(name);
+	}
+}
+
+void HtmlTest::nothingOutsideIsOpened()
+{
+	QFETCH(QString, name);
+	const QTemporaryDir folder;
+	const QString picture = folder.filePath("picture.png");
+	QImage image(30, 20, QImage::Format_RGB32);
+	image.fill(Qt::red);
+	QVERIFY(image.save(picture));
+	QDir::setCurrent(folder.path());
+	const QString source = name.contains("%1") ? name.arg(picture) : name;
+
+	NoteDocument document;
+	const QVariant found = document.resource(QTextDocument::ImageResource, QUrl(source));
+	QVERIFY(found.isValid() && !found.isNull() && found.toByteArray().isEmpty());
+	QCOMPARE(shownColor(source), QColor(Qt::white));
+	document.setHtml(
+		QStringLiteral("<style>@import url(%1);</style><body background=\"%1\"><img src=\"%1\">").arg(source));
+	QVERIFY(document.toHtml().contains(source));
+
+	// Whoever opens a pipe that nobody writes to waits for ever.
+	QVERIFY(QFile::remove(picture));
+	QCOMPARE(mkfifo(picture.toUtf8().constData(), 0600), 0);
+	QCOMPARE(shownColor(source), QColor(Qt::white));
+	QDir::setCurrent(QDir::rootPath());
+}
+
+void HtmlTest::onlyModestPicturesOfItsOwnAreShown()
+{
+	QCOMPARE(shownColor(pictureUrl({30, 20})), QColor(Qt::red));
+	QCOMPARE(shownColor(pictureUrl({8000, 8000})), QColor(Qt::white));
+	QCOMPARE(shownColor("data:image/svg+xml,<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>"),
+		 QColor(Qt::white));
+	NoteDocument document;
+	QVERIFY(!document.picture(pictureUrl({30, 20})).isNull());
+	QVERIFY(NoteDocument::makeScratch()->picture(pictureUrl({30, 20})).isNull());
+	document.setHtml("<img src=x width=100000000 height=100000000>");
+	QVERIFY(document.size().height() < 2 * NoteDocument::kMaxShownSide);
+}
+
+} // namespace quillbay::test
+
+QTEST_MAIN(quillbay::test::HtmlTest)
+#include "html_test.moc"
