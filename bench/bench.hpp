@@ -8,6 +8,7 @@
 #include <QString>
 #include <QTextDocument>
 #include <QTextEdit>
+#include <QtTest>
 
 #include <algorithm>
 #include <cstdio>
@@ -64,6 +65,14 @@ double milliseconds(const Action &action)
 inline void paint()
 {
 	QCoreApplication::sendPostedEvents();
+}
+
+inline void showExposed(QWidget &widget)
+{
+	widget.show();
+	if (!QTest::qWaitForWindowExposed(&widget)) {
+		qFatal("the window is not shown");
+	}
 }
 
 inline void layOut(const QTextEdit &edit)

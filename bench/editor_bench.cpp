@@ -68,7 +68,7 @@ bool compareCase(const Case &note)
 {
 	Editor ours;
 	ours.resize(kSize);
-	ours.show();
+	showExposed(ours);
 	if (!withinHtmlLimits(note.html)) {
 		std::printf("%s is refused\n", note.name);
 		return false;
@@ -79,7 +79,7 @@ bool compareCase(const Case &note)
 	stock.document()->setDefaultStyleSheet(kStyle);
 	stock.setWordWrapMode(ours.wordWrapMode());
 	stock.resize(kSize.width() - ours.viewport()->x() + ours.frameWidth(), kSize.height());
-	stock.show();
+	showExposed(stock);
 
 	const auto open = [&] {
 		return milliseconds([&] {

@@ -16,6 +16,7 @@
 #include <QWheelEvent>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace quillbay {
@@ -57,13 +58,17 @@ Editor::Editor(QWidget *parent) : QTextEdit(parent)
 	connect(document(), &QTextDocument::blockCountChanged, this, &Editor::updateNumberArea);
 	connect(document(), &QTextDocument::contentsChanged, numbers_, repaint);
 	connect(document()->documentLayout(), &QAbstractTextDocumentLayout::update, numbers_, repaint);
-	connect(verticalScrollBar(), &QScrollBar::valueChanged, numbers_, repaint);
+	connect(verticalScrollBar(), &QScrollBar::valueChanged, numbers_,
+		[strip = numbers_, shown = verticalScrollBar()->value()](int value) mutable {
+			strip->scroll(0, shown - std::exchange(shown, value));
+		});
 	connect(this, &QTextEdit::cursorPositionChanged, numbers_, repaint);
 	updateNumberArea();
 }
 
 void Editor::loadHtml(const QString &html)
 {
+	static_cast<NoteDocument *>(document())->forgetPictures();
 	setHtml(html);
 	const QTextBlock first = document()->firstBlock();
 	if (!document()->isEmpty() || first.blockFormat().hasProperty(QTextFormat::LineHeight)) {

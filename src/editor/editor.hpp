@@ -63,6 +63,7 @@ private:
 	[[nodiscard]] bool acceptsComposition(const QInputMethodEvent &event);
 
 	QWidget *numbers_ = nullptr;
+	QRect exposed_; // the part of the strip that is being painted
 	int wheelDelta_ = 0;
 	bool isReapplyingStyle_ = false;
 	bool isSearchMatch_ = false;

@@ -8,6 +8,7 @@
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
 #include <QPainter>
+#include <QPaintEvent>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextLayout>
@@ -63,6 +64,7 @@ void Editor::updateNumberArea()
 bool Editor::eventFilter(QObject *watched, QEvent *event)
 {
 	if (watched == numbers_ && event->type() == QEvent::Paint) {
+		exposed_ = static_cast<QPaintEvent *>(event)->rect();
 		paintNumbers();
 		return true;
 	}
@@ -94,6 +96,11 @@ void Editor::paintNumbers()
 			continue;
 		}
 		const QTextLine line = block.layout()->lineAt(0);
+		// While the text scrolls only a sliver is new; large digits may reach out of a low line.
+		const qreal reach = line.height() + metrics.height();
+		if (top + line.y() + reach < exposed_.top() || top + line.y() - reach > exposed_.bottom()) {
+			continue;
+		}
 		const bool isCurrent = block.blockNumber() == currentBlock;
 		if (isCurrent) {
 			const QRectF band(0, top + line.y(), numbers_->width(), line.height());

@@ -20,6 +20,7 @@ namespace {
 
 constexpr qsizetype kMaxLength = 64 * 1024 * 1024;
 constexpr qsizetype kMaxMarkupLength = 32 * 1024 * 1024; // without comments and data: URLs
+constexpr qsizetype kMaxSourceText = 4'000'000; // a full note, written in entities and indented, stays below
 constexpr int kMaxDepth = 200;
 constexpr int kMaxTableDepth = 12;
 constexpr int kMaxElements = 125'000; // a full note of 20,000 paragraphs and 100,000 runs passes
@@ -305,6 +306,7 @@ private:
 	double cost_ = 0;
 	double nestedFactor_ = 0; // 2 to the number of open tables, or 0
 	qsizetype carried_ = 0;   // characters of data: URLs and comments
+	qsizetype sourceText_ = 0; // characters between tags, as they are written
 	qint64 elements_ = 0;
 	qint64 closeTags_ = 0;
 	qint64 attributes_ = 0;
@@ -791,7 +793,9 @@ void Reader::listItem()
 
 void Reader::text(QStringView text)
 {
-	if (text.isEmpty()) {
+	sourceText_ += text.size();
+	shape_.isHarmless = shape_.isHarmless && sourceText_ <= kMaxSourceText;
+	if (text.isEmpty() || !shape_.isHarmless) {
 		return;
 	}
 	if (isHidden()) {

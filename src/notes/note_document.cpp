@@ -119,6 +119,12 @@ NoteDocument::NoteDocument(QObject *parent) : QTextDocument(parent)
 	connect(this, &QTextDocument::documentLayoutChanged, this, &NoteDocument::registerPictures);
 }
 
+void NoteDocument::forgetPictures()
+{
+	pictures_.clear();
+	picturePixels_ = 0;
+}
+
 std::unique_ptr<NoteDocument> NoteDocument::makeScratch()
 {
 	auto scratch = std::make_unique<NoteDocument>();

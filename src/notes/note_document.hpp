@@ -28,6 +28,9 @@ public:
 	/// BMP or WebP, and once the document's pictures would take more than they may (see kMaxPicturePixels).
 	QPixmap picture(const QString &name);
 
+	/// Drops what was decoded: the document is about to hold another note.
+	void forgetPictures();
+
 	/// Pixels that all pictures of one document may decode to: four bytes each.
 	static constexpr qint64 kMaxPicturePixels = 32 * 1024 * 1024;
 	/// The longest side of a picture as it is shown, in pixels.

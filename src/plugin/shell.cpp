@@ -48,7 +48,8 @@ Shell &shell()
 bool Shell::load(const QString &settingsPath)
 {
 	auto *window = static_cast<QWidget *>(obs_frontend_get_main_window());
-	if (!window) {
+	// A host that finds the module in two of its folders loads it twice.
+	if (!window || dock_) {
 		return false;
 	}
 	if (!QDir().mkpath(QFileInfo(settingsPath).absolutePath())) {

@@ -17,12 +17,16 @@ before(async () => {
 });
 after(() => studio?.kill());
 
-/** Adds a scene with a note, and waits until that is saved. */
-async function addNote(scene, note) {
-	await studio.addScene(scene);
+/** Writes a scene's note, and waits until it is saved. */
+async function write(scene, note) {
 	await studio.show(scene);
 	await studio.type(note);
 	await studio.waitForSave();
+}
+
+async function addNote(scene, note) {
+	await studio.addScene(scene);
+	await write(scene, note);
 }
 
 /** The scene's record names this file, and the file this scene. */
@@ -123,32 +127,33 @@ test('a scene removed by a program amid an edit loses nothing', async () => {
 	assert.ok(await studio.get('noteEditor', 'enabled'));
 });
 
-test('collections keep their notes apart', async () => {
+test('collections keep their notes apart', async (t) => {
 	const leave = (name) => studio.call('SetCurrentSceneCollection', { sceneCollectionName: name });
 	const waitForNote = (note) => waitFor(`the note ${note}`, async () => (await studio.plain()) === note);
-	await addNote('Shared', 'of the first');
+	// Not a scene that the tests add: OBS Studio 32 by itself sometimes keeps the name of one of a former collection.
+	await write('Scene', 'of the first');
 	await studio.call('CreateSceneCollection', { sceneCollectionName: 'Second' });
-	await studio.waitForScene('Scene');
-	assert.equal(await studio.plain(), '');
-	await addNote('Shared', 'of the second');
-	await assertFile('Shared', 'Shared_2.json');
+	await waitForNote('');
+	await write('Scene', 'of the second');
+	await assertFile('Scene', 'Scene_2.json');
 	await studio.type(', unsaved');
 	await leave('Untitled');
 	await waitForNote('of the first');
-	await assertFile('Shared', 'Shared.json');
+	await assertFile('Scene', 'Scene.json');
 	await leave('Second');
 	await waitForNote('of the second, unsaved');
 
 	await studio.choose('on_actionDupSceneCollection_triggered', () => studio.fillName('Third'));
-	await studio.waitForScene('Shared');
+	await studio.waitForScene('Scene');
 	await studio.key('Ctrl+A');
 	await studio.type('of the third');
 	await studio.waitForSave();
-	const { uuid } = await studio.sceneInfo('Shared');
+	const { uuid } = await studio.sceneInfo('Scene');
 	await leave('Second');
-	await studio.waitForScene('Shared');
+	await studio.waitForScene('Scene');
 	// Where the host gives the copy the same UUIDs, both collections hold the same scene.
-	const isSameScene = (await studio.sceneInfo('Shared')).uuid === uuid;
+	const isSameScene = (await studio.sceneInfo('Scene')).uuid === uuid;
+	t.diagnostic(`a duplicated collection has ${isSameScene ? 'the same' : 'new'} scene UUIDs`);
 	await waitForNote(isSameScene ? 'of the third' : 'of the second, unsaved');
 	await leave('Untitled');
 	await waitForNote('of the first');
