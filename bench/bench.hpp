@@ -52,6 +52,17 @@ inline std::vector<Case> cases()
 		{"D", savedHtml(20, prose(9'990))}};
 }
 
+/// The cases that the command line names, or all of them.
+inline std::vector<Case> wantedCases()
+{
+	std::vector<Case> wanted = cases();
+	const QStringList names = QCoreApplication::arguments().mid(1);
+	std::erase_if(wanted, [&names](const Case &note) {
+		return !names.isEmpty() && !names.contains(QLatin1StringView(note.name));
+	});
+	return wanted;
+}
+
 template <typename Action>
 double milliseconds(const Action &action)
 {

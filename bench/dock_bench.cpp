@@ -43,7 +43,7 @@ void changeWord(const QTextEdit &edit)
 	QTextCursor cursor = middleOf(*edit.document());
 	cursor.movePosition(QTextCursor::PreviousCharacter, QTextCursor::KeepAnchor, 4);
 	cursor.insertText(cursor.selectedText() == QLatin1StringView("word") ? QStringLiteral("text")
-									      : QStringLiteral("word"));
+									     : QStringLiteral("word"));
 	paint();
 }
 
@@ -170,7 +170,7 @@ int main(int argc, char *argv[])
 	using namespace quillbay;
 	const QApplication application(argc, argv);
 	const test::Host host;
-	const std::vector<bench::Case> notes = bench::cases();
+	const std::vector<bench::Case> notes = bench::wantedCases();
 	bool isWithin = true;
 	for (const bench::Case &note : notes) {
 		isWithin = bench::compareCase(note) && isWithin;

@@ -53,6 +53,14 @@ QString notesFolder(const QString &settingsPath)
 	return QFileInfo(settingsPath).absolutePath() + QStringLiteral("/notes");
 }
 
+// What is neither true nor false in a settings file that someone has edited counts as not there.
+bool isOn(const QSettings &settings, const char *key, bool fallback)
+{
+	const QString value = settings.value(QLatin1StringView(key)).toString();
+	const bool isSwitch = value == QLatin1StringView("true") || value == QLatin1StringView("false");
+	return isSwitch ? value == QLatin1StringView("true") : fallback;
+}
+
 template <typename Widget>
 Widget *named(Widget *widget, const char *name)
 {
@@ -98,7 +106,7 @@ Dock::Dock(const QString &settingsPath, QWidget *parent)
     : QWidget(parent), settings(settingsPath, QSettings::IniFormat), noteStore(notesFolder(settingsPath))
 {
 	setObjectName(QStringLiteral("QuillBayContent"));
-	locked = settings.value(QStringLiteral("locked"), false).toBool();
+	locked = isOn(settings, "locked", false);
 	setMinimumSize(kMinimumSize);
 	auto *column = new QVBoxLayout(this);
 	column->setContentsMargins(kDockMargin, kDockMargin, kDockMargin, kDockMargin);
@@ -212,7 +220,7 @@ void Dock::buildReadingControls()
 	scrollPlay = addButton("scrollPlay");
 	readingGuide = addButton("readingGuide");
 	guideAction = addSwitch(readingGuide, "ReadingGuide", "ReadingGuide", "ReadingGuide");
-	guideAction->setChecked(settings.value(kReadingGuideKey, true).toBool());
+	guideAction->setChecked(isOn(settings, kReadingGuideKey, true));
 	scrollTop = addButton("scrollTop");
 	scrollTop->setToolTip(text("TopTip"));
 	scrollTop->setAccessibleName(text("TopTip"));
@@ -221,7 +229,7 @@ void Dock::buildReadingControls()
 	startCountdown = named(new QCheckBox(QStringLiteral("3s"), readingControls), "startCountdown");
 	startCountdown->setToolTip(text("Countdown"));
 	startCountdown->setAccessibleName(text("Countdown"));
-	startCountdown->setChecked(settings.value(kStartCountdownKey, false).toBool());
+	startCountdown->setChecked(isOn(settings, kStartCountdownKey, false));
 	addControl(row, startCountdown);
 	addControl(row, paragraphToolbar);
 	buildSpeedControls(row);

@@ -20,8 +20,6 @@
 #include <QToolBar>
 #include <QToolButton>
 
-#include <algorithm>
-
 namespace quillbay {
 
 namespace {
@@ -61,23 +59,11 @@ bool isPlainPaste(const QKeyEvent &event)
 	return event.key() == Qt::Key_V && event.modifiers() == (Qt::ControlModifier | Qt::ShiftModifier);
 }
 
-// Keys that belong to the note while it has the focus, in read mode too: the host would paste a source, or its
-// filters, into a scene on air, or stretch one to the screen.
+// Keys with Ctrl belong to the note while it has the focus, in read mode too: the host would paste a source, or its
+// filters, into a scene on air, or move the source that is selected there.
 bool belongsToNote(const QKeyEvent &event)
 {
-	constexpr QKeySequence::StandardKey keys[] = {QKeySequence::Copy,
-						      QKeySequence::Cut,
-						      QKeySequence::Paste,
-						      QKeySequence::SelectAll,
-						      QKeySequence::Save,
-						      QKeySequence::Undo,
-						      QKeySequence::Redo,
-						      QKeySequence::MoveToStartOfDocument,
-						      QKeySequence::MoveToEndOfDocument,
-						      QKeySequence::MoveToStartOfBlock,
-						      QKeySequence::MoveToEndOfBlock};
-	return isPlainPaste(event) ||
-	       std::ranges::any_of(keys, [&event](QKeySequence::StandardKey key) { return event.matches(key); });
+	return (event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) == Qt::ControlModifier;
 }
 
 } // namespace

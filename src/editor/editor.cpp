@@ -69,7 +69,10 @@ Editor::Editor(QWidget *parent) : QTextEdit(parent)
 void Editor::loadHtml(const QString &html)
 {
 	static_cast<NoteDocument *>(document())->forgetPictures();
+	// Laid out once, when its paragraphs are counted and the view has its width.
+	document()->setLayoutEnabled(false);
 	setHtml(html);
+	document()->setLayoutEnabled(true);
 	const QTextBlock first = document()->firstBlock();
 	if (!document()->isEmpty() || first.blockFormat().hasProperty(QTextFormat::LineHeight)) {
 		return;

@@ -27,6 +27,10 @@ namespace {
 
 QString withLineFeeds(QString text)
 {
+	// No note could hold this even if every line end lost a character: it is refused as it is, at once.
+	if (text.size() > 2 * kMaxCharacterCount) {
+		return text;
+	}
 	return text.replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(u'\r', u'\n');
 }
 

@@ -48,9 +48,13 @@ Shell &shell()
 bool Shell::load(const QString &settingsPath)
 {
 	auto *window = static_cast<QWidget *>(obs_frontend_get_main_window());
-	// A host that finds the module in two of its folders loads it twice.
-	if (!window || dock_) {
+	if (!window) {
 		return false;
+	}
+	// A host that finds this very file in two of its folders loads it twice. It must not hear of a failure then: it
+	// would take the texts away from the dock that is there.
+	if (dock_) {
+		return true;
 	}
 	if (!QDir().mkpath(QFileInfo(settingsPath).absolutePath())) {
 		blog(LOG_ERROR, "[QuillBay] Could not create settings directory");

@@ -69,17 +69,25 @@ describe('a note that is not what it should be', () => {
 		assert.deepEqual([left.ino, left.size, left.mtimeMs], [found.ino, found.size, found.mtimeMs]);
 	}
 
-	const whole = () => fs.readFileSync(file, 'utf8');
-	const outside = () => path.join(studio.home, 'outside.json');
+	const rewrite = (change) => fs.writeFileSync(file, change(fs.readFileSync(file, 'utf8')));
+	const link = (target) => {
+		fs.renameSync(file, target);
+		fs.symlinkSync(target, file);
+	};
+	const replace = (make) => {
+		fs.rmSync(file);
+		make(file);
+	};
+	const stranger = encodeNote({ sceneId: crypto.randomUUID(), sceneName: 'Bad', html: good });
 	const breaks = [
-		['is cut short', 'BackupInvalid', () => fs.truncateSync(file, whole().length - 10)],
-		['is no JSON', 'BackupInvalid', () => fs.writeFileSync(file, crypto.randomBytes(5000))],
-		['is of another version', 'BackupInvalid', () => fs.writeFileSync(file, whole().replace('"version":1', '"version":2'))],
-		['is of another scene', 'NoteSceneMismatch', () => fs.writeFileSync(file, encodeNote({ sceneId: crypto.randomUUID(), sceneName: 'Bad', html: good }))],
+		['is cut short', 'BackupInvalid', () => rewrite((json) => json.slice(0, -10))],
+		['is no JSON', 'BackupInvalid', () => rewrite(() => crypto.randomBytes(5000))],
+		['is of another version', 'BackupInvalid', () => rewrite((json) => json.replace('"version":1', '"version":2'))],
+		['is of another scene', 'NoteSceneMismatch', () => rewrite(() => stranger)],
 		['is 65 MiB large', 'BackupTooLarge', () => fs.truncateSync(file, 65 * 2 ** 20)],
-		['is a link', 'FileReadFailed', () => { fs.renameSync(file, outside()); fs.symlinkSync(outside(), file); }],
-		['is a folder', 'FileReadFailed', () => { fs.rmSync(file); fs.mkdirSync(file); }],
-		['is a pipe', 'FileReadFailed', () => { fs.rmSync(file); execFileSync('mkfifo', [file]); }],
+		['is a link', 'FileReadFailed', () => link(path.join(studio.home, 'elsewhere.json'))],
+		['is a folder', 'FileReadFailed', () => replace(fs.mkdirSync)],
+		['is a pipe', 'FileReadFailed', () => replace((pipe) => execFileSync('mkfifo', [pipe]))],
 		['may not be read', 'FileReadFailed', () => fs.chmodSync(file, 0)],
 	];
 	for (const [what, key, breakFile] of breaks) {
@@ -151,8 +159,11 @@ test('text over the limits is refused whole, on every way in', async (t) => {
 		assert.equal(await studio.plain(), full);
 	}
 	await studio.key('Return');
+	assert.ok(await studio.ask('drop', { object: viewport, text: 'dropped' }));
 	await studio.waitForSave();
-	assert.equal((await studio.savedText('Full')).length, full.length + 1, 'what fits is taken');
+	const saved = await studio.savedText('Full');
+	assert.equal(saved.length, `${full}\ndropped`.length, 'what fits is taken');
+	assert.match(saved, /dropped/);
 });
 
 test('a settings file of garbage does no harm', async (t) => {

@@ -9,7 +9,7 @@ import path from 'node:path';
 import { after, before, test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { waitFor } from './host.mjs';
-import { Studio, readNote } from './studio.mjs';
+import { Studio, acrossCollections, readNote } from './studio.mjs';
 
 let studio;
 before(async () => {
@@ -17,16 +17,9 @@ before(async () => {
 });
 after(() => studio?.kill());
 
-/** Writes a scene's note, and waits until it is saved. */
-async function write(scene, note) {
-	await studio.show(scene);
-	await studio.type(note);
-	await studio.waitForSave();
-}
-
 async function addNote(scene, note) {
 	await studio.addScene(scene);
-	await write(scene, note);
+	await studio.write(scene, note);
 }
 
 /** The scene's record names this file, and the file this scene. */
@@ -128,35 +121,36 @@ test('a scene removed by a program amid an edit loses nothing', async () => {
 });
 
 test('collections keep their notes apart', async (t) => {
-	const leave = (name) => studio.call('SetCurrentSceneCollection', { sceneCollectionName: name });
-	const waitForNote = (note) => waitFor(`the note ${note}`, async () => (await studio.plain()) === note);
-	// Not a scene that the tests add: OBS Studio 32 by itself sometimes keeps the name of one of a former collection.
-	await write('Scene', 'of the first');
-	await studio.call('CreateSceneCollection', { sceneCollectionName: 'Second' });
-	await waitForNote('');
-	await write('Scene', 'of the second');
-	await assertFile('Scene', 'Scene_2.json');
-	await studio.type(', unsaved');
-	await leave('Untitled');
-	await waitForNote('of the first');
-	await assertFile('Scene', 'Scene.json');
-	await leave('Second');
-	await waitForNote('of the second, unsaved');
+	await acrossCollections([], {}, async (own) => {
+		const leave = (name) => own.call('SetCurrentSceneCollection', { sceneCollectionName: name });
+		const waitForNote = (note) => waitFor(`the note "${note}"`, async () => (await own.plain()) === note);
+		await own.write('Scene', 'of the first');
+		await own.call('CreateSceneCollection', { sceneCollectionName: 'Second' });
+		await waitForNote('');
+		await own.write('Scene', 'of the second');
+		assert.equal(path.basename(await own.noteFile('Scene')), 'Scene_2.json');
+		await own.type(', unsaved');
+		await leave('Untitled');
+		await waitForNote('of the first');
+		assert.equal(path.basename(await own.noteFile('Scene')), 'Scene.json');
+		await leave('Second');
+		await waitForNote('of the second, unsaved');
 
-	await studio.choose('on_actionDupSceneCollection_triggered', () => studio.fillName('Third'));
-	await studio.waitForScene('Scene');
-	await studio.key('Ctrl+A');
-	await studio.type('of the third');
-	await studio.waitForSave();
-	const { uuid } = await studio.sceneInfo('Scene');
-	await leave('Second');
-	await studio.waitForScene('Scene');
-	// Where the host gives the copy the same UUIDs, both collections hold the same scene.
-	const isSameScene = (await studio.sceneInfo('Scene')).uuid === uuid;
-	t.diagnostic(`a duplicated collection has ${isSameScene ? 'the same' : 'new'} scene UUIDs`);
-	await waitForNote(isSameScene ? 'of the third' : 'of the second, unsaved');
-	await leave('Untitled');
-	await waitForNote('of the first');
+		await own.choose('on_actionDupSceneCollection_triggered', () => own.fillName('Third'));
+		await own.waitForScene('Scene');
+		await own.key('Ctrl+A');
+		await own.type('of the third');
+		await own.waitForSave();
+		const { uuid } = await own.sceneInfo('Scene');
+		await leave('Second');
+		await own.waitForScene('Scene');
+		// Where the host gives the copy the same UUIDs, both collections hold the same scene.
+		const isSameScene = (await own.sceneInfo('Scene')).uuid === uuid;
+		t.diagnostic(`a duplicated collection has ${isSameScene ? 'the same' : 'new'} scene UUIDs`);
+		await waitForNote(isSameScene ? 'of the third' : 'of the second, unsaved');
+		await leave('Untitled');
+		await waitForNote('of the first');
+	});
 });
 
 test('in studio mode the dock follows the preview', async () => {

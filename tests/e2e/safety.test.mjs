@@ -11,12 +11,50 @@ import path from 'node:path';
 import { after, before, describe, test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { waitFor } from './host.mjs';
-import { Studio, plainText, readNote, text } from './studio.mjs';
+import { Studio, acrossCollections, plainText, readNote, text } from './studio.mjs';
 
 const kills = Number(process.env.QUILLBAY_KILLS ?? 6);
 // An edit is written when no key has come for half a second; the rest is for the write itself.
 const saveDelayMs = 500;
 const writeMs = 150;
+
+/** Runs the host with its notes on a small disk of their own. */
+function onSmallDisk({ notesFolder }) {
+	fs.mkdirSync(notesFolder, { recursive: true });
+	const mount = 'mount -t tmpfs -o size=64k,mode=755 tmpfs "$0" && exec "$@"';
+	return ['unshare', '--user', '--map-root-user', '--mount', 'sh', '-c', mount, notesFolder];
+}
+
+function fillDisk(folder) {
+	const filler = fs.openSync(path.join(folder, '.filler'), 'w');
+	try {
+		for (;;) {
+			fs.writeSync(filler, Buffer.alloc(4096));
+		}
+	} catch (error) {
+		assert.equal(error.code, 'ENOSPC');
+	} finally {
+		fs.closeSync(filler);
+	}
+}
+
+function freeDisk(folder) {
+	fs.rmSync(path.join(folder, '.filler'));
+}
+
+function savedText(folder, scene) {
+	return plainText(readNote(path.join(folder, `${scene}.json`)).html);
+}
+
+async function assertSaveError(studio) {
+	await waitFor('the failed save', async () => (await studio.status()).startsWith(text('NoteSaveFailed')));
+	const line = await studio.get('saveError', ['visible', 'text', 'toolTip', 'accessibleName']);
+	assert.ok(line.visible);
+	assert.equal(line.text, `! ${text('NoteSaveFailed')}`);
+	assert.notEqual(line.toolTip, '');
+	assert.equal(line.accessibleName, `${text('NoteSaveFailed')} ${line.toolTip}`);
+	assert.equal(await studio.status(), line.accessibleName);
+}
 
 describe('a host that is killed', () => {
 	let studio;
@@ -74,96 +112,62 @@ describe('a host that is killed', () => {
 describe('notes that cannot be written', () => {
 	let studio;
 	before(async () => {
-		// The notes lie on a small disk of their own.
-		const wrap = ({ notesFolder }) => {
-			fs.mkdirSync(notesFolder, { recursive: true });
-			const mount = 'mount -t tmpfs -o size=64k,mode=755 tmpfs "$0" && exec "$@"';
-			return ['unshare', '--user', '--map-root-user', '--mount', 'sh', '-c', mount, notesFolder];
-		};
-		studio = await Studio.open(['One', 'Two'], { wrap });
+		studio = await Studio.open(['One', 'Two'], { wrap: onSmallDisk });
 	});
 	after(() => studio?.kill());
 
-	const folder = () => studio.inside(studio.notesFolder);
-	const readSaved = (name) => plainText(readNote(path.join(folder(), name)).html);
-	const shows = async (scene) => (await studio.get('sceneLabel', 'text')) === scene;
-
-	function fillDisk() {
-		const filler = fs.openSync(path.join(folder(), '.filler'), 'w');
-		try {
-			for (;;) {
-				fs.writeSync(filler, Buffer.alloc(4096));
-			}
-		} catch (error) {
-			assert.equal(error.code, 'ENOSPC');
-		} finally {
-			fs.closeSync(filler);
-		}
-	}
-
-	async function assertSaveError() {
-		const failed = async () => (await studio.status()).startsWith(text('NoteSaveFailed'));
-		await waitFor('the failed save', failed);
-		assert.ok(await studio.get('saveError', 'visible'));
-		const line = await studio.get('saveError', ['text', 'toolTip', 'accessibleName']);
-		assert.equal(line.text, `! ${text('NoteSaveFailed')}`);
-		assert.notEqual(line.toolTip, '');
-		assert.equal(line.accessibleName, `${text('NoteSaveFailed')} ${line.toolTip}`);
-		assert.equal(await studio.status(), line.accessibleName);
-	}
-
 	/** An edit that cannot be saved stays in the dock, whatever scene is chosen, until it can. */
-	async function assertKept(scene, other, breakIt, mendIt) {
-		await studio.show(scene);
+	async function assertKept(breakFolder, mendFolder) {
+		const folder = studio.inside(studio.notesFolder);
+		await studio.show('One');
 		await studio.key('Ctrl+A');
 		await studio.type('old');
 		await studio.waitForSave();
-		breakIt();
+		breakFolder(folder);
 		await studio.type(', new');
-		await assertSaveError();
-		await studio.call('SetCurrentProgramScene', { sceneName: other });
-		await sleep(300);
-		assert.ok(await shows(scene), 'the dock stays with the edit');
-		assert.equal(await studio.plain(), 'old, new');
+		await assertSaveError(studio);
+		await studio.call('SetCurrentProgramScene', { sceneName: 'Two' });
 		await studio.type('er');
-		await assertSaveError();
-		mendIt();
+		await assertSaveError(studio);
+		assert.equal(await studio.get('sceneLabel', 'text'), 'One');
+		assert.equal(await studio.plain(), 'old, newer');
+		assert.equal(savedText(folder, 'One'), 'old', 'the old file is whole');
+		mendFolder(folder);
 		await studio.type('!');
 		await studio.waitForSave();
 		assert.equal(await studio.get('saveError', 'visible'), false);
-		assert.equal(readSaved(`${scene}.json`), 'old, newer!');
-		await studio.call('SetCurrentProgramScene', { sceneName: scene });
-	}
-
-	test('a full disk', async () => {
-		await assertKept('One', 'Two', fillDisk, () => fs.rmSync(path.join(folder(), '.filler')));
-		await studio.show('Two');
-		await studio.show('One');
-		assert.equal(await studio.plain(), 'old, newer!');
-	});
-
-	test('a full disk when the switch itself must save, and when the collection goes', async () => {
-		await studio.show('One');
-		await studio.key('Ctrl+A');
-		fillDisk();
-		await studio.type('kept through it all');
-		await studio.call('SetCurrentProgramScene', { sceneName: 'Two' });
-		await assertSaveError();
-		assert.equal(readSaved('One.json'), 'old, newer!', 'the old file is whole');
-		await studio.call('CreateSceneCollection', { sceneCollectionName: 'Elsewhere' });
-		await sleep(500);
-		assert.equal(await studio.plain(), 'kept through it all');
-		fs.rmSync(path.join(folder(), '.filler'));
-		await studio.call('SetCurrentSceneCollection', { sceneCollectionName: 'Untitled' });
-		await studio.show('One');
-		assert.equal(await studio.plain(), 'kept through it all');
-		assert.equal(readSaved('One.json'), 'kept through it all');
+		assert.equal(savedText(folder, 'One'), 'old, newer!');
+		await studio.call('SetCurrentProgramScene', { sceneName: 'One' });
 		await studio.show('Two');
 		assert.equal(await studio.plain(), '');
-	});
+	}
 
-	test('a folder that may not be written', async () => {
-		await assertKept('One', 'Two', () => fs.chmodSync(folder(), 0o555), () => fs.chmodSync(folder(), 0o755));
+	test('for the disk is full', () => assertKept(fillDisk, freeDisk));
+
+	test('for the folder may not be written', () =>
+		assertKept((folder) => fs.chmodSync(folder, 0o555), (folder) => fs.chmodSync(folder, 0o755)));
+
+	test('for the disk is full, while scenes and collections are switched', async () => {
+		await acrossCollections(['One', 'Two'], { wrap: onSmallDisk }, async (own) => {
+			const folder = own.inside(own.notesFolder);
+			await own.write('One', 'old');
+			fillDisk(folder);
+			await own.type(', new');
+			await own.call('SetCurrentProgramScene', { sceneName: 'Two' });
+			await assertSaveError(own);
+			await own.call('CreateSceneCollection', { sceneCollectionName: 'Elsewhere' });
+			await waitFor('the other collection', async () =>
+				(await own.call('GetSceneCollectionList')).currentSceneCollectionName === 'Elsewhere');
+			assert.equal(await own.plain(), 'old, new');
+			assert.equal(savedText(folder, 'One'), 'old');
+			freeDisk(folder);
+			await own.call('SetCurrentSceneCollection', { sceneCollectionName: 'Untitled' });
+			await own.show('One');
+			assert.equal(await own.plain(), 'old, new');
+			assert.equal(savedText(folder, 'One'), 'old, new');
+			await own.show('Two');
+			assert.equal(await own.plain(), '');
+		});
 	});
 });
 
@@ -171,9 +175,7 @@ describe('a notes folder that is not there', () => {
 	let studio;
 	before(async () => {
 		studio = await Studio.open(['One', 'Two']);
-		await studio.show('One');
-		await studio.type('one');
-		await studio.waitForSave();
+		await studio.write('One', 'one');
 	});
 	after(() => studio?.kill());
 
@@ -190,7 +192,7 @@ describe('a notes folder that is not there', () => {
 		fs.renameSync(studio.notesFolder, away);
 		fs.writeFileSync(studio.notesFolder, 'in the way');
 		await studio.type('!');
-		await waitFor('the save error', () => studio.get('saveError', 'visible'));
+		await assertSaveError(studio);
 		await studio.call('SetCurrentProgramScene', { sceneName: 'Two' });
 		assert.equal(fs.readFileSync(studio.notesFolder, 'utf8'), 'in the way');
 		assert.equal(await studio.plain(), 'one, again!');

@@ -140,10 +140,10 @@ private Q_SLOTS:
 		row("long: letter", longest, 5, 5, Qt::Key_X, true, kNoModifier, "x");
 		row("long: tab", longest, 5, 5, Qt::Key_Tab, true, kNoModifier, "\t");
 		row("long: letter with Super", longest, 5, 5, Qt::Key_X, true, Qt::MetaModifier, "x");
-		row("long: letter with AltGr", longest, 5, 5, Qt::Key_Q, true,
-		    Qt::ControlModifier | Qt::AltModifier, "@");
-		row("long: joiner with Ctrl", longest, 5, 5, Qt::Key_2, true,
-		    Qt::ControlModifier | Qt::ShiftModifier, QChar(0x200c));
+		row("long: letter with AltGr", longest, 5, 5, Qt::Key_Q, true, Qt::ControlModifier | Qt::AltModifier,
+		    "@");
+		row("long: joiner with Ctrl", longest, 5, 5, Qt::Key_2, true, Qt::ControlModifier | Qt::ShiftModifier,
+		    QChar(0x200c));
 		row("long: digit with Ctrl on the keypad", longest, 5, 5, Qt::Key_5, true,
 		    Qt::ControlModifier | Qt::KeypadModifier, "5");
 		row("long: return", longest, 5, 5, Qt::Key_Return, false, kNoModifier, "\r");
@@ -201,11 +201,12 @@ private Q_SLOTS:
 		QTest::newRow("rich text alone") << note << QString() << "<p>1</p><p>2</p>" << "1\n2";
 		QTest::newRow("neither: the selection stays") << note << QString() << QString() << note;
 		QTest::newRow("too long a line") << note << letters(10'001) << QString() << QString();
-		QTest::newRow("too long beside the rest") << letters(6'000) + u'\n' << letters(4'001) + u'\n'
-							   << QString() << letters(4'001) + u'\n';
+		QTest::newRow("too long beside the rest")
+			<< letters(6'000) + u'\n' << letters(4'001) + u'\n' << QString() << letters(4'001) + u'\n';
 		QTest::newRow("rich text longer than it says")
 			<< note << "short" << QString("<p>" + letters(10'001)) << QString();
-		QTest::newRow("plain text longer than the rich") << note << letters(10'001) << "<b>short</b>" << QString();
+		QTest::newRow("plain text longer than the rich")
+			<< note << letters(10'001) << "<b>short</b>" << QString();
 		QTest::newRow("edges of frames") << note << QString(20'000, QChar(0xfdd0)) << QString() << QString();
 		QTest::newRow("ruinous") << note << "x" << QStringLiteral("<table><tr><td>").repeated(20) << QString();
 		QTest::newRow("50 MB") << note << letters(50'000'000) << QString() << QString();
@@ -271,7 +272,8 @@ private Q_SLOTS:
 		QTest::newRow("rich") << "note" << "drop" << "<b>drop</b>" << true << 0;
 		QTest::newRow("too long itself") << "note" << letters(10'001) << QString() << false << 0;
 		QTest::newRow("too many lines itself") << "note" << QString(20'000, u'\n') << QString() << false << 0;
-		QTest::newRow("too long itself, rich") << "note" << "drop" << QString("<p>" + letters(10'001)) << false << 0;
+		QTest::newRow("too long itself, rich")
+			<< "note" << "drop" << QString("<p>" + letters(10'001)) << false << 0;
 		QTest::newRow("ruinous") << "note" << "x" << QStringLiteral("<div>").repeated(10'000) << false << 0;
 		QTest::newRow("too long with the note") << full << "drop" << QString() << false << 1;
 		QTest::newRow("too long with the note, rich") << full << "drop" << "<b>drop</b>" << false << 1;

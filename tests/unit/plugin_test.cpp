@@ -9,6 +9,7 @@
 
 #include <QAction>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QThread>
 
@@ -53,6 +54,7 @@ private Q_SLOTS:
 	void theHostsSaveComesWithTheNote();
 	void closingSavesBeforeTheHostDoes();
 	void onlyRenamedScenesCount();
+	void keysInTheNoteStayThere();
 	void unloadTakesEverythingOut();
 	void afterExitTheHostIsLeftAlone();
 
@@ -187,6 +189,33 @@ void PluginTest::onlyRenamedScenesCount()
 	obs_scene_release(group);
 	QCoreApplication::processEvents();
 	QCOMPARE(dock()->findChild<QLabel *>(QStringLiteral("sceneLabel"))->text(), QStringLiteral("Outro"));
+}
+
+void PluginTest::keysInTheNoteStayThere()
+{
+	int hostActions = 0;
+	for (const char *keys : {"Ctrl+F", "Ctrl+Shift+V", "Ctrl+C", "Ctrl+R"}) {
+		auto *action = new QAction(window.get());
+		action->setShortcut(QKeySequence(QString::fromLatin1(keys)));
+		connect(action, &QAction::triggered, this, [&hostActions] { ++hostActions; });
+		window->addAction(action);
+	}
+	window->setCentralWidget(dock());
+	window->show();
+	window->activateWindow();
+	editor()->setFocus();
+	type("copied");
+	editor()->selectAll();
+	dock()->setLocked(true);
+	QTest::keyClick(editor(), Qt::Key_C, Qt::ControlModifier);
+	QTest::keyClick(editor(), Qt::Key_R, Qt::ControlModifier);
+	dock()->setLocked(false);
+	editor()->moveCursor(QTextCursor::End);
+	QTest::keyClick(editor(), Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
+	QCOMPARE(editor()->toPlainText(), QStringLiteral("copiedcopied"));
+	QTest::keyClick(editor(), Qt::Key_F, Qt::ControlModifier);
+	QTRY_VERIFY(dock()->findChild<QLineEdit *>(QStringLiteral("searchText"))->hasFocus());
+	QCOMPARE(hostActions, 0);
 }
 
 void PluginTest::unloadTakesEverythingOut()
