@@ -12,6 +12,8 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QAction>
+#include <QGuiApplication>
+#include <QInputMethod>
 #include <QLabel>
 #include <QScrollBar>
 #include <QSignalBlocker>
@@ -64,6 +66,10 @@ void Dock::bindScene(obs_source_t *scene)
 	if (!key.isEmpty() && key == sceneKey && !unavailable) {
 		continueSameScene(scene);
 		return;
+	}
+	// What is being composed belongs to the note that it was begun in.
+	if (editor->hasFocus()) {
+		QGuiApplication::inputMethod()->commit();
 	}
 	if (!flush(true, true)) {
 		return;

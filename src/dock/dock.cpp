@@ -125,6 +125,7 @@ Dock::Dock(const QString &settingsPath, QWidget *parent)
 	updateControlSizes();
 	updateSceneStyle();
 	focusRing = new FocusRing(this);
+	orderFocus();
 	connectSignals();
 	setSpeed(kMinSpeed);
 	bindScene(nullptr);
@@ -230,6 +231,7 @@ void Dock::buildReadingControls()
 	startCountdown->setToolTip(text("Countdown"));
 	startCountdown->setAccessibleName(text("Countdown"));
 	startCountdown->setChecked(isOn(settings, kStartCountdownKey, false));
+	startCountdown->setFocusPolicy(Qt::TabFocus);
 	addControl(row, startCountdown);
 	addControl(row, paragraphToolbar);
 	buildSpeedControls(row);
@@ -245,6 +247,8 @@ void Dock::buildSpeedControls(QBoxLayout *row)
 	scrollSlider->setToolTip(text("SpeedTip"));
 	scrollSlider->setAccessibleName(text("Speed"));
 	scrollSlider->setMinimumWidth(8);
+	// A click leaves the focus, and with it the teleprompter's keys, in the note.
+	scrollSlider->setFocusPolicy(Qt::TabFocus);
 	addControl(row, scrollSlider, 1);
 
 	scrollSpeed = named(new QDoubleSpinBox(readingControls), "scrollSpeed");
@@ -292,6 +296,27 @@ void Dock::buildReadingMetrics()
 		label->setToolTip(text("GoTo"));
 		label->setFocusPolicy(Qt::TabFocus);
 		label->installEventFilter(this);
+	}
+}
+
+// Tab goes through the controls as they stand, row by row.
+void Dock::orderFocus()
+{
+	QList<QWidget *> order;
+	const auto addBar = [&order](const QToolBar *bar) {
+		const QList<QAction *> actions = bar->actions();
+		for (QAction *action : actions) {
+			order.append(bar->widgetForAction(action));
+		}
+	};
+	addBar(formatToolbar);
+	order << searchText << findPrevious << findNext << clearSearchButton << editor;
+	order << readMode << scrollPlay << readingGuide << scrollTop << startCountdown;
+	addBar(paragraphToolbar);
+	order << scrollSlider << scrollSpeed << documentStatus << scrollPercent;
+	order.removeIf([](const QWidget *widget) { return !(widget->focusPolicy() & Qt::TabFocus); });
+	for (qsizetype i = 1; i < order.size(); ++i) {
+		setTabOrder(order[i - 1], order[i]);
 	}
 }
 

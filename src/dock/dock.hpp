@@ -146,6 +146,7 @@ private:
 	void buildReadingControls();
 	void buildReadingMetrics();
 	void buildSpeedControls(QBoxLayout *row);
+	void orderFocus();
 	QFrame *addSeparator(QBoxLayout *row, const char *name);
 	void connectSignals();
 	void connectEditor();
@@ -156,7 +157,8 @@ private:
 	[[nodiscard]] bool filterGoTo(QObject *watched, QEvent *event);
 	[[nodiscard]] bool filterViewportClick(const QMouseEvent &event);
 	[[nodiscard]] bool filterEditorKey(const QKeyEvent &event);
-	void resizedViewport();
+	void resizedViewport(const QResizeEvent &event);
+	void keepPlace();
 	void placeQrButton();
 	void focusMoved(QWidget *from, QWidget *to);
 	[[nodiscard]] QAction *actionFor(const QKeyEvent &event) const;
@@ -275,6 +277,8 @@ private:
 	QElapsedTimer holdClock;
 	/// The exact offset in pixels; the scroll bar holds its whole part.
 	double scrollPosition = 0;
+	/// The view has been resized and the place in the text is not back yet.
+	bool isKeepingPlace = false;
 
 	// The format painter and the colours shown on a selection
 	QTextCharFormat painterFormat;

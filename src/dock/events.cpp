@@ -5,6 +5,7 @@
 
 #include "dock/dock.hpp"
 #include "dock/focus_ring.hpp"
+#include "dock/reading_band.hpp"
 
 #include "editor/editor.hpp"
 #include "remote/remote.hpp"
@@ -17,6 +18,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QResizeEvent>
+#include <QScrollBar>
 #include <QToolBar>
 #include <QToolButton>
 
@@ -59,7 +62,7 @@ bool isPlainPaste(const QKeyEvent &event)
 	return event.key() == Qt::Key_V && event.modifiers() == (Qt::ControlModifier | Qt::ShiftModifier);
 }
 
-// Keys with Ctrl belong to the note while it has the focus, in read mode too: the host would paste a source, or its
+// Keys with Ctrl stay in the dock while it has the focus, in read mode too: the host would paste a source, or its
 // filters, into a scene on air, or move the source that is selected there.
 bool belongsToNote(const QKeyEvent &event)
 {
@@ -122,10 +125,10 @@ QAction *Dock::actionFor(const QKeyEvent &event) const
 	return nullptr;
 }
 
-// The host has actions on some of our keys. Inside the dock they are ours: else neither would run.
+// Whatever control has the focus: where both have an action on a key, neither would run.
 bool Dock::event(QEvent *event)
 {
-	if (event->type() == QEvent::ShortcutOverride && actionFor(*static_cast<QKeyEvent *>(event))) {
+	if (event->type() == QEvent::ShortcutOverride && belongsToNote(*static_cast<QKeyEvent *>(event))) {
 		event->accept();
 		return true;
 	}
@@ -136,6 +139,10 @@ void Dock::keyPressEvent(QKeyEvent *event)
 {
 	if (QAction *action = actionFor(*event)) {
 		action->trigger();
+		return;
+	}
+	if (event->matches(QKeySequence::Save)) {
+		flush(true, true);
 		return;
 	}
 	QWidget::keyPressEvent(event);
@@ -160,7 +167,7 @@ bool Dock::eventFilter(QObject *watched, QEvent *event)
 		pauseScroll();
 	}
 	if (watched == editor->viewport() && type == QEvent::Resize) {
-		resizedViewport();
+		resizedViewport(*static_cast<QResizeEvent *>(event));
 	}
 	const bool isClick = type == QEvent::MouseButtonPress || type == QEvent::MouseButtonRelease;
 	if (remote && (type == QEvent::Wheel || type == QEvent::MouseButtonPress)) {
@@ -211,6 +218,10 @@ bool Dock::filterGoTo(QObject *watched, QEvent *event)
 		editor->setFocus();
 		return true;
 	}
+	if (watched == searchText && type == QEvent::KeyPress && isKey(event, Qt::Key_Escape)) {
+		clearSearch();
+		return true;
+	}
 	const bool isMetric = watched == documentStatus || watched == scrollPercent;
 	if (isMetric && type == QEvent::MouseButtonRelease && isLeftButton(event)) {
 		showGoTo(watched == scrollPercent);
@@ -224,8 +235,11 @@ bool Dock::filterGoTo(QObject *watched, QEvent *event)
 	return false;
 }
 
-void Dock::resizedViewport()
+void Dock::resizedViewport(const QResizeEvent &event)
 {
+	if (event.size().width() != event.oldSize().width()) {
+		keepPlace();
+	}
 	if (remote) {
 		remote->hideQr();
 	}
@@ -235,6 +249,24 @@ void Dock::resizedViewport()
 	if (hasQrButton) {
 		placeQrButton();
 	}
+}
+
+// The text is about to flow anew: what stands at the reading line stays there, and a running teleprompter goes on.
+void Dock::keepPlace()
+{
+	if (isKeepingPlace || editor->verticalScrollBar()->value() == 0) {
+		return;
+	}
+	isKeepingPlace = true;
+	const Editor::Place place = editor->placeAt(static_cast<int>(editor->viewport()->height() * kReadingLine));
+	const auto restore = [this, place, key = sceneKey] {
+		isKeepingPlace = false;
+		if (key == sceneKey) {
+			const int moved = editor->showPlace(place);
+			scrollPosition += moved;
+		}
+	};
+	QMetaObject::invokeMethod(this, restore, Qt::QueuedConnection);
 }
 
 void Dock::setRemoteAvailable(bool isAvailable)
@@ -288,10 +320,6 @@ bool Dock::filterEditorKey(const QKeyEvent &event)
 		if (!editor->isReadOnly()) {
 			editor->insertCheckedText(QGuiApplication::clipboard()->text());
 		}
-		return true;
-	}
-	if (event.matches(QKeySequence::Save)) {
-		flush(true, true);
 		return true;
 	}
 	return filterReadingKey(event);

@@ -150,6 +150,7 @@ void Dock::setList(int style)
 		cursor.createList(format);
 	}
 	cursor.endEditBlock();
+	editor->takeBackUnlessHarmless();
 	editor->setFocus();
 }
 

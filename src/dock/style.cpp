@@ -3,12 +3,25 @@
 
 #include "dock/style.hpp"
 
+#include <cstdlib>
+
 namespace quillbay {
 
 namespace {
 
 constexpr int kDarkBelowLightness = 128;
 constexpr int kMutedAlpha = 170;
+
+/// Least difference in lightness by which a checked button is told from its surroundings.
+constexpr int kVisibleLightness = 8;
+
+// Mid, but in the host's themes where that is the Window colour itself.
+QColor checkedColor(const QPalette &palette)
+{
+	const QColor mid = palette.color(QPalette::Mid);
+	const int difference = mid.lightness() - palette.color(QPalette::Window).lightness();
+	return std::abs(difference) < kVisibleLightness ? separatorColor(palette) : mid;
+}
 
 int blend(int window, int text)
 {
@@ -74,7 +87,7 @@ QString toolButtonSheet(const QPalette &palette)
 			      "QToolButton::menu-indicator { image: none; width: 0px; } "
 			      "QToolButton#qt_toolbar_ext_button { min-width: 16px; max-width: 16px; }")
 		.arg(QString::number(buttonSize.width()), QString::number(buttonSize.height()),
-		     QString::number(iconSize.width()), palette.color(QPalette::Mid).name(),
+		     QString::number(iconSize.width()), checkedColor(palette).name(),
 		     palette.color(QPalette::Button).lighter(120).name());
 }
 

@@ -56,6 +56,7 @@ Editor::Editor(QWidget *parent) : QTextEdit(parent)
 	numbers_->installEventFilter(this);
 	const auto repaint = [strip = numbers_] { strip->update(); };
 	connect(document(), &QTextDocument::blockCountChanged, this, &Editor::updateNumberArea);
+	connect(document(), &QTextDocument::contentsChange, this, &Editor::checkChange);
 	connect(document(), &QTextDocument::contentsChanged, numbers_, repaint);
 	connect(document()->documentLayout(), &QAbstractTextDocumentLayout::update, numbers_, repaint);
 	connect(verticalScrollBar(), &QScrollBar::valueChanged, numbers_,
@@ -176,6 +177,20 @@ void Editor::wheelEvent(QWheelEvent *event)
 	event->accept();
 }
 
+Editor::Place Editor::placeAt(int y) const
+{
+	const QTextCursor cursor = cursorForPosition({0, y});
+	return {cursor, cursorRect(cursor).top()};
+}
+
+int Editor::showPlace(const Place &place)
+{
+	QScrollBar *bar = verticalScrollBar();
+	const int before = bar->value();
+	bar->setValue(before + cursorRect(place.cursor).top() - place.top);
+	return bar->value() - before;
+}
+
 void Editor::resizeText(int steps)
 {
 	const auto resized = [steps](qreal points) {
@@ -204,6 +219,7 @@ void Editor::resizeText(int steps)
 		}
 		return;
 	}
+	const Place place = placeAt(viewport()->height() / 2);
 	QTextCursor cursor(document());
 	cursor.beginEditBlock();
 	for (const Run &run : runs) {
@@ -212,6 +228,7 @@ void Editor::resizeText(int steps)
 		cursor.setCharFormat(run.format);
 	}
 	cursor.endEditBlock();
+	showPlace(place);
 }
 
 } // namespace quillbay

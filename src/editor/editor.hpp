@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QTextCursor>
 #include <QTextEdit>
 
 #include <functional>
@@ -30,6 +31,8 @@ public:
 	void insertCheckedText(const QString &text);
 	/// Removes the selection, to the clipboard with `cut`, if the editor is editable and the limits allow it.
 	void deleteSelection(bool cut);
+	/// Undoes the last change, and reports it as refused, when the note could not be opened again after it.
+	void takeBackUnlessHarmless();
 	/// Replaces the whole document; undo starts anew.
 	void loadHtml(const QString &html);
 	/// Shows the selection in the colours of a search match.
@@ -38,6 +41,16 @@ public:
 	void setQrSpace(bool on);
 	/// Adds `steps` points to the size of all text, each run kept between 6 and 144 points; one undo step.
 	void resizeText(int steps);
+	/// A place in the text, and where in the view it stands.
+	struct Place {
+		QTextCursor cursor;
+		/// Pixels below the view's upper edge.
+		int top = 0;
+	};
+	/// The line that stands `y` pixels below the view's upper edge.
+	[[nodiscard]] Place placeAt(int y) const;
+	/// Scrolls so that the place stands where it stood, after the text has flowed anew. The pixels it took.
+	int showPlace(const Place &place);
 	/// Measures the strip of paragraph numbers anew.
 	void updateNumberArea();
 	/// Paints the strip of paragraph numbers; called while the strip is being painted.
@@ -57,6 +70,8 @@ protected:
 
 private:
 	bool refuse();
+	void checkChange(int position, int removed, int added);
+	void takeBackOversize();
 	void insertCheckedHtml(const QMimeData &source);
 	[[nodiscard]] bool acceptsDrop(const QDropEvent &event);
 	[[nodiscard]] bool acceptsMove(const QTextCursor &target);

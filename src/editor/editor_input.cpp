@@ -174,6 +174,32 @@ bool Editor::acceptsText(const QString &text, const QTextCursor &cursor)
 	return isWithin || refuse();
 }
 
+// The last resort against what asks nobody: a selection dragged out into another widget, or the base class's own
+// menu, can join two paragraphs. It is undone as soon as the change is complete.
+void Editor::checkChange(int position, int, int added)
+{
+	if (!document()->isUndoRedoEnabled()) {
+		return; // The owner is loading a note.
+	}
+	bool isOver = document()->characterCount() > kMaxCharacterCount || document()->blockCount() > kMaxParagraphs;
+	QTextBlock block = document()->findBlock(position);
+	for (; !isOver && block.isValid() && block.position() <= position + added; block = block.next()) {
+		isOver = block.length() > kMaxBlockLength;
+	}
+	if (isOver) {
+		QMetaObject::invokeMethod(this, &Editor::takeBackOversize, Qt::QueuedConnection);
+	}
+}
+
+void Editor::takeBackOversize()
+{
+	if (!withinTextLimits(*document()) && document()->isUndoAvailable()) {
+		document()->undo();
+		document()->clearUndoRedoStacks(QTextDocument::RedoStack);
+		refuse();
+	}
+}
+
 void Editor::insertCheckedText(const QString &text)
 {
 	const QString plain = withLineFeeds(text);
@@ -250,7 +276,18 @@ void Editor::insertCheckedHtml(const QMimeData &source)
 	}
 	if (acceptsText(scratch->toRawText(), textCursor())) {
 		textCursor().insertFragment(fragment);
+		takeBackUnlessHarmless();
 		ensureCursorVisible();
+	}
+}
+
+// Several pastes, or a list of thousands, may add up to what no file may hold: saved, it could not be opened again.
+void Editor::takeBackUnlessHarmless()
+{
+	if (!isHarmlessHtml(toHtml())) {
+		document()->undo();
+		document()->clearUndoRedoStacks(QTextDocument::RedoStack);
+		refuse();
 	}
 }
 

@@ -2,13 +2,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 
 #include "notes/html_shape.hpp"
-
-#include <QHash>
+#include "notes/css_cost.hpp"
 
 #include <algorithm>
 #include <array>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace quillbay {
@@ -20,7 +17,7 @@ namespace {
 
 constexpr qsizetype kMaxLength = 64 * 1024 * 1024;
 constexpr qsizetype kMaxMarkupLength = 32 * 1024 * 1024; // without comments and data: URLs
-constexpr qsizetype kMaxSourceText = 4'000'000; // a full note, written in entities and indented, stays below
+constexpr qsizetype kMaxSourceText = 4'000'000;          // a full note, written in entities and indented, stays below
 constexpr int kMaxDepth = 200;
 constexpr int kMaxTableDepth = 12;
 constexpr int kMaxElements = 125'000; // a full note of 20,000 paragraphs and 100,000 runs passes
@@ -29,10 +26,7 @@ constexpr int kMaxAttributes = 500'000;
 constexpr int kMaxFloats = 300;
 constexpr int kMaxColumnSpan = 20'480; // Qt's own
 constexpr int kMaxOpenRowSpans = 1'000;
-constexpr int kMaxFontFamilies = 1'000;
-constexpr int kMaxTextures = 100;
 constexpr int kMaxElementsWithSiblingRules = 500;
-constexpr qsizetype kMaxStyleSheet = 512 * 1024;
 
 // What things cost Qt to parse and to show, in microseconds, as measured; and what all of them together may cost.
 constexpr double kMaxCost = 1'000'000;
@@ -45,11 +39,6 @@ constexpr double kNestedCharacterCost = 0.4;
 constexpr double kComplexCharacterFactor = 5; // tabs and other scripts
 constexpr double kPictureCost = 60;
 constexpr double kListItemPairCost = 0.024;
-constexpr double kSelectorCost = 0.1;
-constexpr double kSelectorDepthCost = 0.065;
-constexpr double kDeclarationCost = 0.3;
-constexpr double kDeclarationPairCost = 0.02;
-constexpr double kStyleCharacterCost = 0.13;
 
 enum class Element : quint8 {
 	Other,
@@ -126,6 +115,7 @@ constexpr std::array kNames = {
 	Name{QLatin1StringView("ul"), Element::List, Display::Block},
 };
 constexpr qsizetype kLongestName = 10;
+constexpr qsizetype kLongestEntity = 12;
 
 // As Qt compares names: only letters of ASCII have another case here, and the Kelvin sign is a capital k. A name
 // that is not closed by what would close it for Qt only looks deeper nested than it is.
@@ -204,21 +194,6 @@ bool isBlockBreak(QChar c)
 	       c.unicode() == 0xfdd1;
 }
 
-qint64 maxOf(const std::unordered_map<size_t, qint64> &counts)
-{
-	qint64 most = 0;
-	for (const auto &[key, count] : counts) {
-		most = std::max(most, count);
-	}
-	return most;
-}
-
-// Qt compares the declarations of an element with one another.
-double declarationCost(qint64 count)
-{
-	return double(count) * (kDeclarationCost + double(count) * kDeclarationPairCost);
-}
-
 class Reader {
 public:
 	Reader(QStringView html, bool isWhole) : html_(html), isWhole_(isWhole) {}
@@ -250,6 +225,7 @@ private:
 		bool isRoot = false;
 		bool isEmptyParagraph = false;
 		bool isEditorHead = false;
+		StyledElement styled;
 	};
 
 	[[nodiscard]] bool has(QChar c) const { return pos_ < html_.size() && html_[pos_] == c; }
@@ -264,23 +240,19 @@ private:
 	void closeTag();
 	Attributes attributes(const Name &name);
 	void attribute(QStringView key, QStringView value, const Name &name, Attributes &found);
-	qint64 styles(QStringView css);
-	void property(QStringView declaration);
-	void fontFamilies(QStringView value);
 	void truncate(qsizetype depth);
 	void resolve(const Name &name);
 	void push(const Name &name, QStringView tag);
+	void pushImplied(QStringView tag);
 	void element(const Name &name, const Attributes &found);
 	void table(bool isRoot);
 	void row();
 	void cell(const Attributes &found);
 	void listItem();
 	void text(QStringView text);
-	void styleSheet(QStringView text);
-	void rule(QStringView selectors, qint64 declarations);
-	void closeStyleSheet();
 	void addText(QStringView text);
 	qsizetype entity(QStringView text);
+	void addSureCharacter();
 	void addCharacters(qint64 count);
 	void addBlock();
 	void addPossibleBlock();
@@ -295,37 +267,25 @@ private:
 	std::vector<Open> stack_;
 	std::vector<Table> tables_;
 	std::vector<RowSpan> spans_;
-	std::unordered_set<size_t> families_;
+	CssCost css_;
 
 	qint64 blockLength_ = 1;
+	qint64 sureLength_ = 0;     // characters that surely are in the same block
+	bool isAfterVoid_ = false;  // Qt puts the text there into the void element, which the next tag ends
 	bool isAfterBlock_ = false; // text would start a block of its own
 	bool isBodyFresh_ = false;  // the next block is the one the document came with
 	bool isPristine_ = true;    // nothing has been put into the document yet
 	bool isEditorText_ = false; // Qt wrote it: line feeds between blocks mean nothing
 
 	double cost_ = 0;
-	double nestedFactor_ = 0; // 2 to the number of open tables, or 0
-	qsizetype carried_ = 0;   // characters of data: URLs and comments
+	double nestedFactor_ = 0;  // 2 to the number of open tables, or 0
+	qsizetype carried_ = 0;    // characters of data: URLs and comments
 	qsizetype sourceText_ = 0; // characters between tags, as they are written
 	qint64 elements_ = 0;
 	qint64 closeTags_ = 0;
 	qint64 attributes_ = 0;
 	qint64 floats_ = 0;
 	qint64 images_ = 0;
-	qint64 textures_ = 0;
-	qint64 familyCount_ = 0;
-	qsizetype maxDepth_ = 0;
-	qint64 sheetLength_ = 0;
-	qint64 sheetSelectors_ = 0;
-	qint64 selectors_ = 0;
-	// Declarations of the rules for any element, and by the name or the class that an element must have.
-	qint64 general_ = 0;
-	std::unordered_map<size_t, qint64> named_;
-	std::unordered_map<size_t, qint64> classed_;
-	qint64 maxClasses_ = 1;
-	bool hasNestedSelectors_ = false;
-	bool hasSiblingSelectors_ = false;
-	bool hasFloatRules_ = false;
 	bool hasRootTable_ = false;
 };
 
@@ -348,18 +308,16 @@ HtmlShape Reader::read()
 void Reader::finish()
 {
 	truncate(0);
-	if (hasFloatRules_) {
+	if (css_.hasFloatRules()) {
 		floats_ += images_;
 	}
-	if (selectors_ > 0) {
-		const double depthCost = hasNestedSelectors_ ? kSelectorDepthCost * double(maxDepth_) : 0;
-		addCost(double(selectors_) * double(elements_) * (kSelectorCost + depthCost));
-		const qint64 most = general_ + maxOf(named_) + maxOf(classed_) * maxClasses_;
-		addCost(double(elements_) * declarationCost(most));
-	}
-	shape_.isHarmless = shape_.isHarmless && floats_ <= kMaxFloats && pos_ - carried_ <= kMaxMarkupLength &&
-			    !(hasSiblingSelectors_ && elements_ > kMaxElementsWithSiblingRules);
+	shape_.isHarmless = shape_.isHarmless && css_.isHarmless() && floats_ <= kMaxFloats &&
+			    pos_ - carried_ <= kMaxMarkupLength &&
+			    !(css_.hasSiblingRules() && elements_ > kMaxElementsWithSiblingRules);
 	shape_.longestBlock = std::max(shape_.longestBlock, blockLength_);
+	if (!shape_.isBounded || css_.hasDisplay()) {
+		shape_.leastLongestBlock = 0;
+	}
 	shape_.isBounded = shape_.isBounded && shape_.isHarmless; // a refused text is not read to its end
 }
 
@@ -451,9 +409,15 @@ void Reader::tag()
 	skipTo(u'>', pos_);
 	const bool isClosed = html_.sliced(start, pos_ - start).contains(u'/');
 	isEditorText_ = isEditorText_ || (found.isEditorHead && name.element == Element::Meta);
+	if (name.element != Element::Other || tag.isEmpty() || isAfterVoid_) {
+		sureLength_ = 0;
+	}
 	resolve(name);
+	found.styled.tag = tag;
+	addCost(css_.addElement(qsizetype(stack_.size()), found.styled));
 	element(name, found);
 	const bool isVoid = isClosed || isEmptyElement(name.element);
+	isAfterVoid_ = isVoid;
 	isAfterBlock_ = isAfterBlock_ || (isVoid && name.display == Display::Block && !isHidden());
 	if (!isVoid && !tag.isEmpty()) {
 		push(name, tag);
@@ -485,8 +449,10 @@ void Reader::skipFiller(bool isEmptyParagraph)
 void Reader::closeTag()
 {
 	++pos_;
+	sureLength_ = isAfterVoid_ ? 0 : sureLength_;
+	isAfterVoid_ = false;
 	if (top() == Element::Style) {
-		closeStyleSheet();
+		addCost(css_.closeSheet());
 	}
 	const QStringView tag = word().trimmed();
 	skipTo(u'>', pos_);
@@ -504,7 +470,7 @@ Reader::Attributes Reader::attributes(const Name &name)
 	Attributes found;
 	bool isEditorName = false;
 	bool isEditorContent = false;
-	while (pos_ < html_.size()) {
+	while (pos_ < html_.size() && shape_.isHarmless) {
 		skipSpace();
 		if (has(u'>') || has(u'/')) {
 			break;
@@ -514,6 +480,7 @@ Reader::Attributes Reader::attributes(const Name &name)
 			break;
 		}
 		shape_.isHarmless = shape_.isHarmless && isPlainName(key) && ++attributes_ <= kMaxAttributes;
+		++found.styled.attributes;
 		skipSpace();
 		if (!has(u'=')) {
 			continue;
@@ -560,7 +527,7 @@ bool isPlainStyle(QStringView css)
 void Reader::attribute(QStringView key, QStringView value, const Name &name, Attributes &found)
 {
 	if (is(key, "style")) {
-		addCost(declarationCost(styles(value)));
+		addCost(css_.addStyle(value));
 		addCost(isCell(name.element) && contains(value, "border") ? kBorderedCellCost : 0);
 		found.isFloating =
 			found.isFloating || contains(value, "float") || value.contains(u'\\') || value.contains(u'&');
@@ -575,47 +542,17 @@ void Reader::attribute(QStringView key, QStringView value, const Name &name, Att
 	} else if (is(key, "align") && name.element == Element::Img) {
 		found.isFloating = true;
 	} else if (is(key, "face")) {
-		fontFamilies(value);
+		css_.addFontFamilies(value);
 	} else if (is(key, "class")) {
-		maxClasses_ = std::max<qint64>(maxClasses_,
-					       1 + std::ranges::count_if(value, [](QChar c) { return c.isSpace(); }));
+		found.styled.isUnclear =
+			found.styled.isUnclear || !found.styled.classes.isEmpty() || value.contains(u'&');
+		found.styled.classes = value;
+	} else if (is(key, "id")) {
+		found.styled.isUnclear = found.styled.isUnclear || !found.styled.id.isEmpty() || value.contains(u'&');
+		found.styled.id = value;
 	}
 	if (value.size() > 64 && value.startsWith(QLatin1StringView("data:"))) {
 		carried_ += value.size();
-	}
-}
-
-// Looks at the declarations of a style attribute or of a rule; returns how many there are.
-qint64 Reader::styles(QStringView css)
-{
-	qint64 count = 0;
-	if (css.contains(u'\\') || css.contains(QLatin1StringView("/*"))) {
-		fontFamilies(css);
-	}
-	qsizetype start = 0;
-	for (qsizetype colon = css.indexOf(u':'); colon >= 0; colon = css.indexOf(u':', start)) {
-		qsizetype end = css.indexOf(u';', colon);
-		end = end < 0 ? css.size() : end;
-		const QStringView key = css.sliced(start, colon - start).trimmed();
-		if (key.endsWith(QLatin1StringView("family"), Qt::CaseInsensitive) ||
-		    key.endsWith(QLatin1StringView("font"), Qt::CaseInsensitive)) {
-			fontFamilies(css.sliced(colon + 1, end - colon - 1));
-		} else if (contains(key, "dasharray")) {
-			shape_.isHarmless = false;
-		} else if (contains(key, "texture")) {
-			shape_.isHarmless = shape_.isHarmless && ++textures_ <= kMaxTextures;
-		}
-		start = std::min(end + 1, css.size());
-		++count;
-	}
-	return count;
-}
-
-void Reader::fontFamilies(QStringView value)
-{
-	if (families_.insert(qHash(value)).second) {
-		familyCount_ += 1 + value.count(u',');
-		shape_.isHarmless = shape_.isHarmless && familyCount_ <= kMaxFontFamilies;
 	}
 }
 
@@ -645,11 +582,11 @@ void Reader::resolve(const Name &name)
 	if (name.element == Element::Td && !isInside(Element::Tr)) {
 		resolve(lookUp(u"tr"));
 		row();
-		push(lookUp(u"tr"), u"tr");
+		pushImplied(u"tr");
 		parent = qsizetype(stack_.size());
 	}
 	if (name.element == Element::Tr && !isInside(Element::Table)) {
-		push(lookUp(u"table"), u"table");
+		pushImplied(u"table");
 		table(false);
 		parent = qsizetype(stack_.size());
 	}
@@ -673,16 +610,27 @@ void Reader::resolve(const Name &name)
 void Reader::push(const Name &name, QStringView tag)
 {
 	stack_.push_back({tag, name.element, isHidden() ? Display::None : name.display, 0});
-	maxDepth_ = std::max(maxDepth_, qsizetype(stack_.size()));
 	shape_.isHarmless = shape_.isHarmless && qsizetype(stack_.size()) <= kMaxDepth;
+}
+
+// Opens an element that the HTML leaves out.
+void Reader::pushImplied(QStringView tag)
+{
+	StyledElement element;
+	element.tag = tag;
+	addCost(css_.addElement(qsizetype(stack_.size()), element));
+	push(lookUp(tag), tag);
 }
 
 // What an element adds to the document by itself.
 void Reader::element(const Name &name, const Attributes &found)
 {
-	const bool isFloating = found.isFloating || (name.element == Element::Table && hasFloatRules_);
+	const bool isFloating = found.isFloating || (name.element == Element::Table && css_.hasFloatRules());
 	addCost(nestedFactor_ * kNestedElementCost);
 	if (isHidden()) {
+		// Qt may show what stands in a hidden element, or hide what follows it.
+		const bool isInPlace = top() == Element::Head && name.display == Display::None;
+		shape_.isBounded = shape_.isBounded && isInPlace;
 		return;
 	}
 	const bool isFrame = name.display == Display::None || name.element == Element::Html;
@@ -800,7 +748,8 @@ void Reader::text(QStringView text)
 	}
 	if (isHidden()) {
 		if (top() == Element::Style) {
-			styleSheet(text);
+			css_.addSheet(text);
+			shape_.isBounded = shape_.isBounded && !contains(text, "paragraph-type");
 		}
 		return;
 	}
@@ -814,65 +763,15 @@ void Reader::text(QStringView text)
 	}
 }
 
-void Reader::styleSheet(QStringView text)
-{
-	sheetLength_ += text.size();
-	shape_.isHarmless = shape_.isHarmless && sheetLength_ <= kMaxStyleSheet;
-	qsizetype start = 0;
-	for (qsizetype brace = text.indexOf(u'{'); brace >= 0; brace = text.indexOf(u'{', start)) {
-		const QStringView selectors = text.sliced(start, brace - start).trimmed();
-		sheetSelectors_ += 1 + selectors.count(u',');
-		hasNestedSelectors_ = hasNestedSelectors_ || selectors.contains(u' ') || selectors.contains(u'>') ||
-				      selectors.contains(u'\n') || selectors.contains(u'\t');
-		hasSiblingSelectors_ = hasSiblingSelectors_ || selectors.contains(u'~') || selectors.contains(u'+');
-		qsizetype end = text.indexOf(u'}', brace);
-		end = end < 0 ? text.size() : end;
-		if (selectors.startsWith(QLatin1StringView("@media"))) {
-			end = brace; // its rules are read as if they were not in it
-		} else {
-			rule(selectors, styles(text.sliced(brace + 1, end - brace - 1)));
-		}
-		start = std::min(end + 1, text.size());
-	}
-	shape_.isBounded = shape_.isBounded && !contains(text, "paragraph-type");
-	hasFloatRules_ = hasFloatRules_ || contains(text, "float") || text.contains(u'\\');
-}
-
-void Reader::rule(QStringView selectors, qint64 declarations)
-{
-	if (selectors.startsWith(QLatin1StringView("@font-face"))) {
-		return;
-	}
-	for (QStringView selector : selectors.tokenize(u',')) {
-		const auto isGap = [](QChar c) { return c.isSpace() || c == u'>' || c == u'+' || c == u'~'; };
-		selector = selector.trimmed();
-		const auto gap = std::find_if(selector.rbegin(), selector.rend(), isGap);
-		const QStringView last = selector.sliced(selector.rend() - gap);
-		const qsizetype dot = last.lastIndexOf(u'.');
-		const auto isLetter = [](QChar c) { return c.isLetterOrNumber() || c == u'-' || c == u'_'; };
-		const QStringView key = last.sliced(dot + 1);
-		if (key.isEmpty() || !std::ranges::all_of(key, isLetter)) {
-			general_ += declarations;
-		} else {
-			(dot < 0 ? named_ : classed_)[qHash(key.toString().toLower())] += declarations;
-		}
-	}
-}
-
-// Qt reads the sheet so far at every closing tag in it.
-void Reader::closeStyleSheet()
-{
-	selectors_ += sheetSelectors_;
-	addCost(double(sheetLength_) * kStyleCharacterCost);
-}
-
 // Counts text as Qt keeps it at most: white space that it would drop or join counts.
 void Reader::addText(QStringView text)
 {
+	qsizetype sureFrom = 0; // an entity of a kind not known here may reach up to it
 	for (qsizetype i = 0; i < text.size() && shape_.isBounded; ++i) {
 		const QChar c = text[i];
 		if (c == u'&') {
 			content();
+			sureFrom = i + kLongestEntity;
 			i += entity(text.sliced(i)) - 1;
 		} else if (isBlockBreak(c)) {
 			if (!isEditorText_ || c != u'\n') {
@@ -884,6 +783,9 @@ void Reader::addText(QStringView text)
 		} else {
 			if (!c.isSpace()) {
 				content();
+				if (i >= sureFrom) {
+					addSureCharacter();
+				}
 			}
 			isBodyFresh_ = false;
 			isPristine_ = false;
@@ -910,6 +812,12 @@ qsizetype Reader::entity(QStringView text)
 	return 1;
 }
 
+// A character of its own that Qt neither drops nor joins with others.
+void Reader::addSureCharacter()
+{
+	shape_.leastLongestBlock = std::max(shape_.leastLongestBlock, ++sureLength_);
+}
+
 void Reader::addCharacters(qint64 count)
 {
 	shape_.characters += count;
@@ -934,6 +842,7 @@ void Reader::addBlock()
 void Reader::addPossibleBlock()
 {
 	addCost(nestedFactor_ * kNestedBlockCost);
+	sureLength_ = 0;
 	++shape_.blocks;
 	++shape_.characters;
 }

@@ -19,6 +19,8 @@ struct HtmlShape {
 	qint64 blocks = 1;
 	/// At least the length of the longest block; exact for what `QTextDocument::toHtml` writes.
 	qint64 longestBlock = 1;
+	/// At most the length of the longest block; 0 where it cannot be told.
+	qint64 leastLongestBlock = 0;
 };
 
 /// Reads the HTML once, as Qt's parser would read it, and makes nothing. Any thread.

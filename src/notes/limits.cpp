@@ -27,7 +27,8 @@ bool withinTextLimits(const QTextDocument &document)
 bool withinHtmlLimits(const QString &html)
 {
 	const HtmlShape shape = shapeOf(html);
-	if (!shape.isHarmless) {
+	const bool isTooLong = shape.leastLongestBlock > kMaxBlockLength;
+	if (!shape.isHarmless || isTooLong) {
 		return false;
 	}
 	if (shape.isBounded && shape.characters <= kMaxCharacterCount && shape.blocks <= kMaxParagraphs &&

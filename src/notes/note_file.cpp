@@ -8,7 +8,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -36,19 +35,39 @@ void dropLastCharacter(QString &name)
 	name.chop(name.back().isLowSurrogate() ? 2 : 1);
 }
 
-// QJsonObject sorts its members, so the object is put together here and only its strings are encoded by Qt.
-QByteArray jsonString(const QString &value)
+// QJsonObject sorts its members, and a note of megabytes is written while someone types: so the object is put
+// together here, its strings escaped as RFC 8259 wants them.
+void appendString(QByteArray &json, const QString &value)
 {
-	const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
-	return array.mid(1, array.size() - 2);
+	const QByteArray utf8 = value.toUtf8();
+	json.reserve(json.size() + utf8.size() + utf8.size() / 8);
+	json += '"';
+	const char *run = utf8.cbegin();
+	for (const char *at = run; at != utf8.cend(); ++at) {
+		const auto byte = static_cast<unsigned char>(*at);
+		if (byte >= 0x20 && byte != '"' && byte != '\\') {
+			continue;
+		}
+		json.append(run, at - run);
+		run = at + 1;
+		if (byte >= 0x20) {
+			json += '\\';
+			json += *at;
+		} else if (byte == '\n') {
+			json += "\\n";
+		} else {
+			json += "\\u00" + QByteArray::number(byte, 16).rightJustified(2, '0');
+		}
+	}
+	json.append(run, utf8.cend() - run);
+	json += '"';
 }
 
-void appendMember(QByteArray &json, QLatin1StringView key, const QByteArray &value)
+void appendKey(QByteArray &json, QLatin1StringView key)
 {
 	json += json.isEmpty() ? "{\"" : ",\"";
 	json.append(key.data(), key.size());
 	json += "\":";
-	json += value;
 }
 
 // QUuid reads past what follows a UUID; a scene's id has nothing there.
@@ -91,11 +110,16 @@ QString noteName(const QString &name)
 QByteArray encodeNote(const NoteFile &file)
 {
 	QByteArray json;
-	appendMember(json, kFormatKey, jsonString(kFormat));
-	appendMember(json, kVersionKey, QByteArray::number(kVersion));
-	appendMember(json, kSceneIdKey, jsonString(file.sceneId));
-	appendMember(json, kSceneNameKey, jsonString(file.sceneName));
-	appendMember(json, kHtmlKey, jsonString(file.html));
+	const auto appendMember = [&json](QLatin1StringView key, const QString &value) {
+		appendKey(json, key);
+		appendString(json, value);
+	};
+	appendMember(kFormatKey, kFormat);
+	appendKey(json, kVersionKey);
+	json += QByteArray::number(kVersion);
+	appendMember(kSceneIdKey, file.sceneId);
+	appendMember(kSceneNameKey, file.sceneName);
+	appendMember(kHtmlKey, file.html);
 	return json += '}';
 }
 

@@ -33,7 +33,8 @@ async function liveADay({ module }) {
 	await studio.call('SetStudioModeEnabled', { studioModeEnabled: true });
 	await studio.call('SetStudioModeEnabled', { studioModeEnabled: false });
 	const end = await studio.stop();
-	const lines = studio.log.split('\n').map((line) => line.replace(/\d\d:\d\d:\d\d\.\d+|\bprocess:\d+|0x\w+/g, ''));
+	const changing = /\d\d:\d\d:\d\d\.\d+|\bprocess:\d+|0x\w+/g;
+	const lines = studio.log.split('\n').map((line) => line.replace(changing, ''));
 	return { ...end, log: studio.log, complaints: new Set(lines.filter((line) => complaint.test(line))) };
 }
 

@@ -102,10 +102,8 @@ function layHome(home, hasModule) {
 	fs.mkdirSync(profile, { recursive: true });
 	fs.mkdirSync(path.join(home, 'run'), { mode: 0o700 });
 	fs.copyFileSync(path.join(repository, 'scripts/lib/home/global.ini'), path.join(config, 'global.ini'));
-	fs.writeFileSync(
-		path.join(profile, 'basic.ini'),
-		'[General]\nName=Untitled\n\n[Video]\nBaseCX=320\nBaseCY=180\nOutputCX=320\nOutputCY=180\nFPSCommon=10\n',
-	);
+	const picture = ['BaseCX=320', 'BaseCY=180', 'OutputCX=320', 'OutputCY=180', 'FPSCommon=10'].join('\n');
+	fs.writeFileSync(path.join(profile, 'basic.ini'), `[General]\nName=Untitled\n\n[Video]\n${picture}\n`);
 	installModule(config, 'quillbay-probe', 'tests/e2e/quillbay-probe.so');
 	if (hasModule) {
 		installModule(config, 'quillbay', 'src/quillbay.so', path.join(repository, 'data'));
@@ -155,7 +153,8 @@ export class Host {
 		const env = { ...process.env, ...(await display()), ...this.env, HOME: this.home };
 		env.XDG_RUNTIME_DIR = path.join(this.home, 'run');
 		delete env.XDG_CONFIG_HOME;
-		this.process = start([...this.wrap(this), ...withoutPrivileges(), ...obs], { stdio: ['ignore', 'pipe', 'pipe'], env });
+		const command = [...this.wrap(this), ...withoutPrivileges(), ...obs];
+		this.process = start(command, { stdio: ['ignore', 'pipe', 'pipe'], env });
 		this.ended = once(this.process, 'close');
 		this.isLeaving = false;
 		this.died = this.ended.then(([status, signal]) => {
@@ -192,7 +191,7 @@ export class Host {
 		await waitFor('the dock is open', () => this.get('noteEditor', 'visible'));
 	}
 
-	// --- ending ------------------------------------------------------------------------------------------------------
+	// --- ending ----------------------------------------------------------------------------------------------
 
 	/** Ends the host as its user does. Answers its exit status and how many leaks it reports. */
 	async stop() {
@@ -228,7 +227,7 @@ export class Host {
 		console.error(`the host's log is ${file}`);
 	}
 
-	// --- requests ----------------------------------------------------------------------------------------------------
+	// --- requests --------------------------------------------------------------------------------------------
 
 	/** A request of obs-websocket. */
 	async call(request, data) {
@@ -275,6 +274,7 @@ export class Host {
 	async longestStall(work) {
 		await this.ask('stall', { on: true });
 		await work();
+		await sleep(50); // What the work has left for later, such as painting, counts too.
 		return this.ask('stall', { on: false });
 	}
 }

@@ -9,9 +9,21 @@ import { waitFor } from './host.mjs';
 import { Studio, scrollBar, text } from './studio.mjs';
 
 const notes = {
-	Welcome: { html: '<p>Good <b>evening</b></p><p>everyone</p>', plain: 'Good evening\neveryone', mark: /font-weight:[67]00/ },
-	Interview: { html: '<p>Ask <span style="color:#ff8800">twice</span></p>', plain: 'Ask twice', mark: /color:#ff8800/ },
-	Goodbye: { html: '<ul><li>Thank Zoë 😀</li><li><i>Wave</i></li></ul>', plain: 'Thank Zoë 😀\nWave', mark: /font-style:italic/ },
+	Welcome: {
+		html: '<p>Good <b>evening</b></p><p>everyone</p>',
+		plain: 'Good evening\neveryone',
+		format: /font-weight:[67]00/,
+	},
+	Interview: {
+		html: '<p>Ask <span style="color:#ff8800">twice</span></p>',
+		plain: 'Ask twice',
+		format: /color:#ff8800/,
+	},
+	Goodbye: {
+		html: '<ul><li>Thank Zoë 😀</li><li><i>Wave</i></li></ul>',
+		plain: 'Thank Zoë 😀\nWave',
+		format: /font-style:italic/,
+	},
 };
 const hotkeys = ['StartScroll', 'PauseScroll', 'ToggleScroll', 'Faster', 'Slower', 'Top', 'InsertTime', 'ToggleLock']
 	.concat(['InsertMark', 'NextMark'])
@@ -26,7 +38,7 @@ after(() => studio?.kill());
 async function assertShown(scene) {
 	const { plainText, html } = await studio.get('noteEditor', ['plainText', 'html']);
 	assert.equal(plainText, notes[scene].plain);
-	assert.match(html, notes[scene].mark);
+	assert.match(html, notes[scene].format);
 }
 
 test('each scene keeps its formatted note, whichever way it is switched', async () => {
@@ -95,7 +107,8 @@ test('the hotkeys are registered, keep their bindings and do their work', async 
 	const { hotkeys: registered } = await studio.call('GetHotkeyList');
 	assert.deepEqual(registered.filter((name) => name.startsWith('QuillBay.')), hotkeys);
 
-	const bindings = hotkeys.map((name, index) => ({ name, bindings: [{ key: `OBS_KEY_F${index + 1}`, alt: true }] }));
+	const bind = (name, index) => ({ name, bindings: [{ key: `OBS_KEY_F${index + 1}`, alt: true }] });
+	const bindings = hotkeys.map(bind);
 	for (const binding of bindings) {
 		await studio.ask('hotkey', binding);
 	}

@@ -33,7 +33,8 @@ async function assertFile(scene, name) {
 
 async function rename(scene, name) {
 	await studio.call('SetSceneName', { sceneName: scene, newSceneName: name });
-	await waitFor(`the record follows to ${name}`, async () => (await studio.sceneInfo(name)).record?.name === name);
+	const follows = async () => (await studio.sceneInfo(name)).record?.name === name;
+	await waitFor(`the record follows to ${name}`, follows);
 }
 
 test('a renamed scene keeps its note, in a file with a name that every system takes', async () => {

@@ -50,7 +50,7 @@ for (const [what, [paragraphs, length]] of Object.entries(sizes)) {
 		for (const [step, work] of Object.entries(steps)) {
 			const stallMs = await studio.longestStall(work);
 			t.diagnostic(`${step}: ${Math.round(stallMs)} ms`);
-			assert.ok(stallMs < limitsMs[step], `${step}: the window stood still for ${Math.round(stallMs)} ms`);
+			assert.ok(stallMs < limitsMs[step], `${step}: the window stood still for too long`);
 		}
 		assert.ok((await studio.get(scrollBar, 'value')) > 0);
 		assert.equal(await studio.get('noteEditor .QTextDocument', 'blockCount'), paragraphs);

@@ -50,7 +50,7 @@ export class Studio extends Host {
 		return path.join(this.settingsFolder, 'notes');
 	}
 
-	// --- scenes ------------------------------------------------------------------------------------------------------
+	// --- scenes ----------------------------------------------------------------------------------------------
 
 	async addScene(name) {
 		await this.call('CreateScene', { sceneName: name });
@@ -90,7 +90,7 @@ export class Studio extends Host {
 		await this.invoke('@modal', 'accept');
 	}
 
-	// --- notes -------------------------------------------------------------------------------------------------------
+	// --- notes -----------------------------------------------------------------------------------------------
 
 	/** Writes a scene's note, and waits until it is saved. */
 	async write(scene, note) {

@@ -43,6 +43,8 @@ Host::~Host()
 
 OBSSourceAutoRelease makeScene(const QString &name)
 {
+	// A name is taken until the host has done away with its scene, on a thread of its own.
+	obs_wait_for_destroy_queue();
 	const QByteArray utf8 = name.toUtf8();
 	return obs_scene_get_source(obs_scene_create(utf8.constData()));
 }

@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QMenu>
 #include <QMimeData>
 #include <QPainter>
 #include <QScrollBar>
@@ -414,6 +415,23 @@ private Q_SLOTS:
 		QCOMPARE(QApplication::clipboard()->text(), "1");
 		editor.onTextLimit = nullptr;
 		QVERIFY(!editor.acceptsText(letters(10'001), editor.textCursor()));
+	}
+
+	void whatAsksNobodyIsUndone()
+	{
+		ShownEditor editor;
+		editor.setText(halves());
+		for (const char *name : {"edit-delete", "edit-cut"}) {
+			editor.refusals = 0;
+			editor.select(5999, 6001);
+			const std::unique_ptr<QMenu> menu(editor.createStandardContextMenu());
+			auto *action = menu->findChild<QAction *>(QLatin1StringView(name));
+			QVERIFY(action);
+			action->trigger();
+			QTRY_COMPARE(editor.refusals, 1);
+			QCOMPARE(editor.toPlainText(), halves());
+			QVERIFY(!editor.document()->isRedoAvailable());
+		}
 	}
 
 	void anEmptyNoteTypesWithTheLineHeightOfNotes()

@@ -23,6 +23,12 @@ namespace quillbay::test {
 
 namespace {
 
+#ifdef __SANITIZE_ADDRESS__
+constexpr int kMaxMilliseconds = 2500;
+#else
+constexpr int kMaxMilliseconds = 250;
+#endif
+
 // `part` so many times, with "%1" replaced by the running number.
 QString times(int count, const QString &part)
 {
@@ -96,6 +102,10 @@ void HtmlTest::ruinousHtmlIsRefusedAtOnce_data()
 	add("unclosed formatting", times(10'000, "<b><i><u>x"));
 	add("a long word", QString(200'001, u'x'));
 	add("runs", times(200'000, "<span style='color:#%1'>x</span>"));
+	add("runs of one paragraph", "<p>" + times(100'000, "<span style=\"color:#%1\">x</span>"));
+	add("rules in rules", "<style>" + times(60, ".b .a{color:red}") + "</style>" + times(50, "<div class=a>") +
+				      times(1500, "<p class=a>x</p>"));
+	add("rules behind a comment", "<style>/*{*/" + times(500, "*,") + "*{color:red}</style>" + paragraphs);
 	add("a long list", "<ul>" + times(20'000, "<li>x") + "</ul>");
 	add("floats", times(1000, "<img src=x style='float:left'>"));
 	add("floats by rule", "<style>img{f\\6coat:left}</style>" + times(1000, "<img src=x>"));
@@ -120,7 +130,7 @@ void HtmlTest::ruinousHtmlIsRefusedAtOnce()
 	QElapsedTimer timer;
 	timer.start();
 	QVERIFY(!withinHtmlLimits(html));
-	QVERIFY2(timer.elapsed() < 250, qPrintable(QString::number(timer.elapsed())));
+	QVERIFY2(timer.elapsed() < kMaxMilliseconds, qPrintable(QString::number(timer.elapsed())));
 }
 
 void HtmlTest::realDocumentsPass_data()
@@ -137,6 +147,12 @@ void HtmlTest::realDocumentsPass_data()
 		    times(1500, "<p class=MsoNormal><b><span lang=EN-US style='font-size:12.0pt;line-height:107%;"
 				"mso-ansi-language:EN-US'>Text<o:p></o:p></span></b> and more &nbsp;</p>\n") +
 		    "</body></html>");
+	add("a long text of Word",
+	    "<style><!--" + times(130, "p.S%1, li.S%1, div.S%1{margin:0cm;font-family:\"Calibri\"}") + "--></style>" +
+		    times(4000, "<p class=MsoNormal><span>lorem</span> <b>ips</b></p>"));
+	add("a styled page of the web", "<style>" + times(500, ".nav%1 .x > li a:hover, .b%1{color:red}") + "</style>" +
+						times(8, "<div class=\"a b\">") +
+						times(1500, "<p class=q>lorem <b>ips</b></p>"));
 	add("a table of the web", "<table width=\"100%\">" +
 					  times(50, "<tr>" + times(10, "<td style=\"padding:4px\">cell") + "</tr>") +
 					  "</table>");
@@ -264,6 +280,7 @@ void HtmlTest::boundsHoldForAnyHtml()
 		for (QTextBlock block = scratch->begin(); block.isValid(); block = block.next()) {
 			longest = std::max(longest, block.length());
 		}
+		QVERIFY2(shape.leastLongestBlock <= longest, qPrintable(html));
 		const bool holds = shape.characters >= scratch->characterCount() &&
 				   shape.blocks >= scratch->blockCount() && shape.longestBlock >= longest;
 		QVERIFY2(!shape.isBounded || holds, qPrintable(QStringLiteral("%1 %2 of %3 %4: %5")
@@ -274,7 +291,7 @@ void HtmlTest::boundsHoldForAnyHtml()
 								       .arg(html)));
 		bounded += shape.isBounded ? 1 : 0;
 	}
-	QVERIFY(bounded > 4000);
+	QVERIFY(bounded > 3000);
 }
 
 void HtmlTest::nothingOutsideIsOpened_data()
