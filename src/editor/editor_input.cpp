@@ -263,7 +263,7 @@ void Editor::insertCheckedHtml(const QMimeData &source)
 		return;
 	}
 	const QString html = source.html();
-	if (!isHarmlessHtml(html)) {
+	if (!isWorthParsing(html)) {
 		refuse();
 		return;
 	}
@@ -327,7 +327,7 @@ bool Editor::acceptsDrop(const QDropEvent &event)
 	if (source.hasHtml()) {
 		const QString html = source.html();
 		const std::unique_ptr<NoteDocument> scratch = NoteDocument::makeScratch();
-		if (!isHarmlessHtml(html)) {
+		if (!isWorthParsing(html)) {
 			return false;
 		}
 		scratch->setHtml(html);

@@ -22,7 +22,8 @@ constexpr int kMaxDepth = 200;
 constexpr int kMaxTableDepth = 12;
 constexpr int kMaxElements = 125'000; // a full note of 20,000 paragraphs and 100,000 runs passes
 constexpr int kMaxCloseTags = 250'000;
-constexpr int kMaxAttributes = 500'000;
+constexpr int kMaxAttributes = 250'000;
+constexpr int kMaxAttributesOfElement = 1'000;
 constexpr int kMaxFloats = 300;
 constexpr int kMaxColumnSpan = 20'480; // Qt's own
 constexpr int kMaxOpenRowSpans = 1'000;
@@ -194,6 +195,55 @@ bool isBlockBreak(QChar c)
 	       c.unicode() == 0xfdd1;
 }
 
+constexpr QLatin1StringView kEditorHead(
+	"<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.0//EN\" \"http://www.w3.org/TR/REC-html40/strict.dtd\">\n"
+	"<html><head><meta name=\"qrichtext\" content=\"1\" />");
+
+// Whether what follows a "<" is one of Qt's own tags, written letter by letter as Qt writes it.
+bool isEditorTag(QStringView tag, const Name &name)
+{
+	const auto isNameLetter = [](QChar c) {
+		return (c >= u'a' && c <= u'z') || (c >= u'1' && c <= u'6') || c == u'-';
+	};
+	const auto skipName = [&] {
+		const auto end = std::ranges::find_if_not(tag, isNameLetter);
+		const QStringView found = tag.first(end - tag.begin());
+		tag = tag.sliced(found.size());
+		return found;
+	};
+	const QStringView element = skipName();
+	const bool isInline = element == u"a" || element == u"span";
+	const bool isForeign = element == u"blockquote" || element == u"center" ||
+			       (name.element == Element::Hidden && element != u"title");
+	if (!isInline && (isForeign || name.element == Element::Other || element != name.text)) {
+		return false;
+	}
+	while (tag.startsWith(u' ') && !tag.startsWith(QLatin1StringView(" /"))) {
+		tag = tag.sliced(1);
+		const bool isNamed = !skipName().isEmpty() && tag.startsWith(QLatin1StringView("=\""));
+		const qsizetype end = isNamed ? tag.indexOf(u'"', 2) : -1;
+		if (end < 0) {
+			return false;
+		}
+		tag = tag.sliced(end + 1);
+	}
+	return tag == (isEmptyElement(name.element) ? QLatin1StringView(" />") : QLatin1StringView(">"));
+}
+
+bool isEditorStyle(QStringView css)
+{
+	const auto isOdd = [](QChar c) { return c == u'\\' || c == u'&' || c == u'/' || c == u'{' || c == u'}'; };
+	return std::ranges::none_of(css, isOdd) && !contains(css, "display");
+}
+
+// The only escapes in the sheet that Qt writes are those of the check boxes.
+bool isEditorSheet(QStringView sheet)
+{
+	return sheet.startsWith(QLatin1StringView("\np, li { white-space: pre-wrap; }\n")) &&
+	       !contains(sheet, "display") && sheet.count(u'\\') == sheet.count(QLatin1StringView("\\261")) &&
+	       !sheet.contains(QLatin1StringView("/*"));
+}
+
 class Reader {
 public:
 	Reader(QStringView html, bool isWhole) : html_(html), isWhole_(isWhole) {}
@@ -238,6 +288,8 @@ private:
 	void tag();
 	void skipFiller(bool isEmptyParagraph);
 	void closeTag();
+	[[nodiscard]] bool isEditorPlace(const Name &name) const;
+	[[nodiscard]] bool isEditorText(QStringView text) const;
 	Attributes attributes(const Name &name);
 	void attribute(QStringView key, QStringView value, const Name &name, Attributes &found);
 	void truncate(qsizetype depth);
@@ -276,6 +328,7 @@ private:
 	bool isBodyFresh_ = false;  // the next block is the one the document came with
 	bool isPristine_ = true;    // nothing has been put into the document yet
 	bool isEditorText_ = false; // Qt wrote it: line feeds between blocks mean nothing
+	bool isOdd_ = false;        // something in it is not as QTextDocument::toHtml writes
 
 	double cost_ = 0;
 	double nestedFactor_ = 0;  // 2 to the number of open tables, or 0
@@ -291,6 +344,7 @@ private:
 
 HtmlShape Reader::read()
 {
+	isOdd_ = !isWhole_ || !html_.startsWith(kEditorHead);
 	shape_.isHarmless = html_.size() <= kMaxLength;
 	while (pos_ < html_.size() && shape_.isHarmless) {
 		const qsizetype next = html_.indexOf(u'<', pos_);
@@ -307,6 +361,7 @@ HtmlShape Reader::read()
 
 void Reader::finish()
 {
+	isOdd_ = isOdd_ || !stack_.empty();
 	truncate(0);
 	if (css_.hasFloatRules()) {
 		floats_ += images_;
@@ -318,7 +373,8 @@ void Reader::finish()
 	if (!shape_.isBounded || css_.hasDisplay()) {
 		shape_.leastLongestBlock = 0;
 	}
-	shape_.isBounded = shape_.isBounded && shape_.isHarmless; // a refused text is not read to its end
+	// A refused text is not read to its end, and Qt mends broken HTML in too many ways to foresee them all.
+	shape_.isBounded = shape_.isBounded && shape_.isHarmless && !isOdd_;
 }
 
 void Reader::skipSpace()
@@ -386,8 +442,10 @@ bool isPlainName(QStringView tag)
 
 void Reader::tag()
 {
+	const qsizetype tagStart = pos_;
 	skipSpace();
 	if (has(u'!')) {
+		isOdd_ = isOdd_ || pos_ > 1;
 		declaration();
 		if (isWhole_ && stack_.empty() && !isEditorText_) {
 			skipSpace();
@@ -412,6 +470,7 @@ void Reader::tag()
 	if (name.element != Element::Other || tag.isEmpty() || isAfterVoid_) {
 		sureLength_ = 0;
 	}
+	isOdd_ = isOdd_ || !isEditorTag(html_.sliced(tagStart, pos_ - tagStart), name) || !isEditorPlace(name);
 	resolve(name);
 	found.styled.tag = tag;
 	addCost(css_.addElement(qsizetype(stack_.size()), found.styled));
@@ -454,8 +513,11 @@ void Reader::closeTag()
 	if (top() == Element::Style) {
 		addCost(css_.closeSheet());
 	}
+	const qsizetype start = pos_;
 	const QStringView tag = word().trimmed();
 	skipTo(u'>', pos_);
+	isOdd_ = isOdd_ || stack_.empty() || stack_.back().tag != tag || pos_ - start != tag.size() + 1 ||
+		 html_[start - 2] != u'<' || html_[pos_ - 1] != u'>';
 	shape_.isHarmless = shape_.isHarmless && isPlainName(tag) && ++closeTags_ <= kMaxCloseTags;
 	for (qsizetype depth = qsizetype(stack_.size()); depth > 0; --depth) {
 		if (isSameName(stack_[size_t(depth) - 1].tag, tag)) {
@@ -463,6 +525,44 @@ void Reader::closeTag()
 			return;
 		}
 	}
+}
+
+// Whether Qt itself would write such an element at this place.
+bool Reader::isEditorPlace(const Name &name) const
+{
+	const bool isInBody = stack_.size() > 1 && stack_[1].element == Element::Body;
+	switch (name.element) {
+	case Element::Html:
+		return stack_.empty() && isPristine_;
+	case Element::Head:
+	case Element::Body:
+		return stack_.size() == 1 && top() == Element::Html && isPristine_;
+	case Element::Meta:
+	case Element::Style:
+	case Element::Hidden:
+		return top() == Element::Head;
+	case Element::Li:
+		return isInBody && top() == Element::List;
+	case Element::Other:
+	case Element::Br:
+	case Element::Img:
+		return isInBody && top() != Element::Body && top() != Element::List;
+	default:
+		return isInBody && (top() == Element::Body || top() == Element::List || top() == Element::Li);
+	}
+}
+
+// Text is in paragraphs and list items, and line feeds are nowhere but between them and before lists in lists.
+bool Reader::isEditorText(QStringView text) const
+{
+	if (top() == Element::Body || top() == Element::List || top() == Element::Html || stack_.empty()) {
+		return text == u"\n";
+	}
+	const QStringView next = html_.sliced(pos_ + text.size());
+	const bool isBeforeList =
+		top() == Element::Li && text.endsWith(u'\n') &&
+		(next.startsWith(QLatin1StringView("<ol")) || next.startsWith(QLatin1StringView("<ul")));
+	return std::ranges::none_of(text.chopped(isBeforeList ? 1 : 0), isBlockBreak);
 }
 
 Reader::Attributes Reader::attributes(const Name &name)
@@ -479,8 +579,8 @@ Reader::Attributes Reader::attributes(const Name &name)
 		if (key.isEmpty()) {
 			break;
 		}
-		shape_.isHarmless = shape_.isHarmless && isPlainName(key) && ++attributes_ <= kMaxAttributes;
-		++found.styled.attributes;
+		shape_.isHarmless = shape_.isHarmless && isPlainName(key) && ++attributes_ <= kMaxAttributes &&
+				    ++found.styled.attributes <= kMaxAttributesOfElement;
 		skipSpace();
 		if (!has(u'=')) {
 			continue;
@@ -528,6 +628,7 @@ void Reader::attribute(QStringView key, QStringView value, const Name &name, Att
 {
 	if (is(key, "style")) {
 		addCost(css_.addStyle(value));
+		isOdd_ = isOdd_ || !isEditorStyle(value);
 		addCost(isCell(name.element) && contains(value, "border") ? kBorderedCellCost : 0);
 		found.isFloating =
 			found.isFloating || contains(value, "float") || value.contains(u'\\') || value.contains(u'&');
@@ -750,6 +851,7 @@ void Reader::text(QStringView text)
 		if (top() == Element::Style) {
 			css_.addSheet(text);
 			shape_.isBounded = shape_.isBounded && !contains(text, "paragraph-type");
+			isOdd_ = isOdd_ || !isEditorSheet(text);
 		}
 		return;
 	}
@@ -758,6 +860,7 @@ void Reader::text(QStringView text)
 		const double complex = double(std::ranges::count_if(text, isComplex)) * (kComplexCharacterFactor - 1);
 		addCost(nestedFactor_ * kNestedCharacterCost * (double(text.size()) + complex));
 	}
+	isOdd_ = isOdd_ || !isEditorText(text);
 	if (shape_.isBounded) {
 		addText(text);
 	}
@@ -805,6 +908,7 @@ qsizetype Reader::entity(QStringView text)
 			return name.size();
 		}
 	}
+	isOdd_ = true;
 	if (text.size() > 1 && text[1] == u'#') {
 		addPossibleBlock();
 	}

@@ -11,15 +11,16 @@ namespace quillbay {
 struct HtmlShape {
 	/// False when Qt's parser or layout would need longer for it than for the worst plain note.
 	bool isHarmless = true;
-	/// Whether the three bounds below hold. They are not tried for tables and for what is not harmless.
+	/// Whether the three bounds below hold: only for what `QTextDocument::toHtml` writes, without tables.
 	bool isBounded = true;
-	/// At least `QTextDocument::characterCount`; exact for what `QTextDocument::toHtml` writes.
+	/// At least `QTextDocument::characterCount`.
 	qint64 characters = 1;
-	/// At least `QTextDocument::blockCount`; exact for what `QTextDocument::toHtml` writes.
+	/// At least `QTextDocument::blockCount`.
 	qint64 blocks = 1;
-	/// At least the length of the longest block; exact for what `QTextDocument::toHtml` writes.
+	/// At least the length of the longest block.
 	qint64 longestBlock = 1;
-	/// At most the length of the longest block; 0 where it cannot be told.
+	/// About the least length of the longest block; 0 where it cannot be told. Proves nothing by itself: broken
+	/// HTML may make less.
 	qint64 leastLongestBlock = 0;
 };
 

@@ -10,6 +10,18 @@
 
 namespace quillbay {
 
+namespace {
+
+// The shape of broken HTML is a guess, so only what is far too long is refused by it.
+constexpr qint64 kSurelyTooLong = 2 * kMaxBlockLength;
+
+bool isWorthParsing(const HtmlShape &shape)
+{
+	return shape.isHarmless && shape.leastLongestBlock < kSurelyTooLong;
+}
+
+} // namespace
+
 bool withinTextLimits(const QTextDocument &document)
 {
 	if (document.characterCount() > kMaxCharacterCount || document.blockCount() > kMaxParagraphs) {
@@ -23,12 +35,16 @@ bool withinTextLimits(const QTextDocument &document)
 	return true;
 }
 
+bool isWorthParsing(const QString &html)
+{
+	return isWorthParsing(shapeOf(html));
+}
+
 // Opening a note parses it once more to show it, so HTML that is proven to fit is not parsed here.
 bool withinHtmlLimits(const QString &html)
 {
 	const HtmlShape shape = shapeOf(html);
-	const bool isTooLong = shape.leastLongestBlock > kMaxBlockLength;
-	if (!shape.isHarmless || isTooLong) {
+	if (!isWorthParsing(shape)) {
 		return false;
 	}
 	if (shape.isBounded && shape.characters <= kMaxCharacterCount && shape.blocks <= kMaxParagraphs &&

@@ -26,6 +26,10 @@ inline constexpr qint64 kMaxNoteBytes = 67'108'864;
 /// Whether a finished document keeps every text limit above. Never lays the document out.
 bool withinTextLimits(const QTextDocument &document);
 
+/// Whether `html` may be given to Qt's parser at all: false for what would freeze it, or its layout, and for what
+/// is far over the limits. Makes nothing and takes well under 250 ms.
+bool isWorthParsing(const QString &html);
+
 /// Whether the document that `html` makes keeps every text limit and is harmless to show: HTML that would
 /// freeze Qt's parser or layout counts as over the limits and is answered before either sees it.
 bool withinHtmlLimits(const QString &html);

@@ -81,7 +81,8 @@ private Q_SLOTS:
 	void realDocumentsPass();
 	void savedNotesPassUnparsedUpToTheLimits_data();
 	void savedNotesPassUnparsedUpToTheLimits();
-	void boundsHoldForAnyHtml();
+	void conclusionsHoldForAnyHtml_data();
+	void conclusionsHoldForAnyHtml();
 	void nothingOutsideIsOpened_data();
 	void nothingOutsideIsOpened();
 	void onlyModestPicturesOfItsOwnAreShown();
@@ -120,6 +121,7 @@ void HtmlTest::ruinousHtmlIsRefusedAtOnce_data()
 	add("fonts", times(5000, "<p style=\"font-family:'f%1'\">x"));
 	add("empty elements", times(1'000'000, "<b>") + times(1'000'000, "</b>"));
 	add("attributes", "<p " + times(2'000'000, "a=b ") + ">");
+	add("attributes of many elements", times(120'000, "<b a b c>"));
 	add("white space", QString(70'000'000, u' '));
 	add("a fragment in a comment", "<x a=\"<!--StartFragment-->" + times(14, "<table><tr><td>"));
 }
@@ -189,6 +191,10 @@ void HtmlTest::savedNotesPassUnparsedUpToTheLimits_data()
 	QTest::newRow("empty paragraphs") << savedText(QString(19'999, u'\n')) << true;
 	QTest::newRow("the longest paragraph") << savedText(QString(10'000, u'<')) << true;
 	QTest::newRow("a longer paragraph") << savedText(QString(10'001, u'<')) << false;
+	QTextDocument formatted;
+	formatted.setHtml("<h2>T</h2><ul><li>a &amp; <b>b</b><ol><li>c</li></ol></li><li>d</li></ul><p align=right>e"
+			  "<a href='x?a=1&amp;b=2'>f</a><img src=x width=4></p><p></p><pre>g</pre>");
+	QTest::newRow("formatting and lists") << formatted.toHtml() << true;
 	QTest::newRow("lines in a paragraph") << savedText(QString(10'000, QChar::LineSeparator)) << true;
 }
 
@@ -205,93 +211,129 @@ void HtmlTest::savedNotesPassUnparsedUpToTheLimits()
 	QCOMPARE(shape.blocks, qint64(scratch->blockCount()));
 }
 
-void HtmlTest::boundsHoldForAnyHtml()
+void HtmlTest::conclusionsHoldForAnyHtml_data()
 {
-	static const QStringList kParts = {"<p>",
-					   "</p>",
-					   "<div>",
-					   "</div>",
-					   "<b>",
-					   "</b>",
-					   "<ul>",
-					   "</ul>",
-					   "<li>",
-					   "</li>",
-					   "<br>",
-					   "<hr>",
-					   "<br/>",
-					   "text ",
-					   " ",
-					   "\n",
-					   "&amp;",
-					   "&#10;",
-					   "&#x2029;",
-					   "&",
-					   "\u2029",
-					   "\u2028",
-					   "<pre>",
-					   "</pre>",
-					   "<body>",
-					   "<html>",
-					   "<head>",
-					   "</head>",
-					   "<style>p{white-space:pre}</style>",
-					   "<img src='>'>",
-					   "<!-- <p> -->",
-					   "<p style=\"-qt-paragraph-type:empty\">",
-					   "<span title=\"a>b\">",
-					   "</span>",
-					   "<dl>",
-					   "<dd>",
-					   "<a name=x>",
-					   "<meta name=\"qrichtext\" content=\"1\" />",
-					   "<",
-					   "<>",
-					   "</>",
-					   "<p/>",
-					   "<'q'>",
-					   "\r",
-					   "<h1>",
-					   "</h1>",
-					   "\t",
-					   "<div style='white-space:pre-wrap'>",
-					   "<title>",
-					   "</title>",
-					   "<blockquote>",
-					   "\U0001F600",
-					   "<x y='\\'>'>",
-					   "<center>",
-					   "</body>",
-					   "<ol start=3>",
-					   "</ol>",
-					   "<!--StartFragment-->",
-					   "<!--EndFragment-->"};
-	QRandomGenerator random(20260101);
+	QTest::addColumn<quint32>("seed");
+	for (const quint32 seed : {1U, 7U, 4711U, 20260101U}) {
+		QTest::addRow("%u", seed) << seed;
+	}
+}
+
+// Words so long that a few of them make a block too long, in tags as Qt and as nobody else writes them.
+void HtmlTest::conclusionsHoldForAnyHtml()
+{
+	static const QStringList kOddParts = {"<p>",
+					      "</p>",
+					      "<div>",
+					      "</div>",
+					      "<b>",
+					      "</b>",
+					      "<ul>",
+					      "</ul>",
+					      "<li>",
+					      "</li>",
+					      "<br>",
+					      "<hr>",
+					      "<br/>",
+					      "text ",
+					      " ",
+					      "\n",
+					      "&amp;",
+					      "&#10;",
+					      "&#x2029;",
+					      "&",
+					      "\u2029",
+					      "\u2028",
+					      "<pre>",
+					      "</pre>",
+					      "<body>",
+					      "<html>",
+					      "<head>",
+					      "</head>",
+					      "<style>p{white-space:pre}</style>",
+					      "<img src='>'>",
+					      "<!-- <p> -->",
+					      "<p style=\"-qt-paragraph-type:empty\">",
+					      "<span title=\"a>b\">",
+					      "</span>",
+					      "<dl>",
+					      "<dd>",
+					      "<a name=x>",
+					      "<meta name=\"qrichtext\" content=\"1\" />",
+					      "<",
+					      "<>",
+					      "</>",
+					      "<p/>",
+					      "<'q'>",
+					      "\r",
+					      "<h1>",
+					      "</h1>",
+					      "\t",
+					      "<div style='white-space:pre-wrap'>",
+					      "<title>",
+					      "</title>",
+					      "<blockquote>",
+					      "\U0001F600",
+					      "<x y='\\'>'>",
+					      "<center>",
+					      "</body>",
+					      "<ol start=3>",
+					      "</ol>",
+					      "<!--StartFragment-->",
+					      "<!--EndFragment-->"};
+	static const QString kWord(5'000, u'x');
+	static const QStringList kBlocks = {"<p>%1</p>",
+					    "<h2 align=\"right\">%1</h2>",
+					    "<ul><li>%1</li>\n<li>%1</li></ul>",
+					    "<p style=\"-qt-paragraph-type:empty;\"><br /></p>",
+					    "<hr />",
+					    "<pre>%1</pre>",
+					    "<ol>\n<li>%1\n<ul><li>%1</li></ul></li></ol>"};
+	static const QStringList kRuns = {"text ",
+					  "&amp;&lt;",
+					  "<br />",
+					  "<span style=\" color:#ff0000;\">text</span>",
+					  "<a href=\"x\">%1</a>",
+					  "<img src=\"x\" />",
+					  " \t",
+					  kWord};
+	QFETCH(quint32, seed);
+	QRandomGenerator random(seed);
+	const auto oneOf = [&random](const QStringList &parts) { return parts[random.bounded(parts.size())]; };
+	QString head = QTextDocument().toHtml();
+	head.truncate(head.indexOf(u'>', head.indexOf("<body")) + 1);
 	int bounded = 0;
-	for (int round = 0; round < 6000; ++round) {
-		QString html;
+	for (int round = 0; round < 1500; ++round) {
+		const int oddness = random.bounded(3); // none, some, nothing else
+		QString html = oddness < 2 ? head : QString();
 		for (int part = random.bounded(1, 40); part > 0; --part) {
-			html += kParts[random.bounded(kParts.size())];
+			if (oddness == 2 || (oddness == 1 && random.bounded(30) == 0)) {
+				html += random.bounded(12) == 0 ? kWord : oneOf(kOddParts);
+				continue;
+			}
+			QString run;
+			for (int piece = random.bounded(4); piece > 0; --piece) {
+				run += oneOf(kRuns).replace("%1", "text");
+			}
+			html += oneOf(kBlocks).replace("%1", run);
 		}
+		html += oddness < 2 ? "</body></html>" : "";
 		const HtmlShape shape = shapeOf(html);
 		const auto scratch = NoteDocument::makeScratch();
 		scratch->setHtml(html);
+		const QByteArray shown = QString(html).replace(kWord, "WORD").toUtf8();
+		const bool isRight = withinHtmlLimits(html) == withinTextLimits(*scratch);
+		QVERIFY2(isRight || !shape.isHarmless, shown.constData());
 		int longest = 0;
 		for (QTextBlock block = scratch->begin(); block.isValid(); block = block.next()) {
 			longest = std::max(longest, block.length());
 		}
-		QVERIFY2(shape.leastLongestBlock <= longest, qPrintable(html));
 		const bool holds = shape.characters >= scratch->characterCount() &&
 				   shape.blocks >= scratch->blockCount() && shape.longestBlock >= longest;
-		QVERIFY2(!shape.isBounded || holds, qPrintable(QStringLiteral("%1 %2 of %3 %4: %5")
-								       .arg(shape.characters)
-								       .arg(shape.blocks)
-								       .arg(scratch->characterCount())
-								       .arg(scratch->blockCount())
-								       .arg(html)));
+		QVERIFY2(!shape.isBounded || holds, shown.constData());
 		bounded += shape.isBounded ? 1 : 0;
 	}
-	QVERIFY(bounded > 3000);
+	QVERIFY2(bounded >= 400, qPrintable(QString::number(bounded)));
 }
 
 void HtmlTest::nothingOutsideIsOpened_data()
