@@ -131,9 +131,7 @@ bool compareSearches(const Case &note)
 	document.setHtml(note.html);
 	const QString wanted = document.toPlainText().left(2).toUpper();
 	std::size_t found = 0;
-	const auto list = [&] {
-		return milliseconds([&] { found = findMatches(document, wanted).size(); });
-	};
+	const auto list = [&] { return milliseconds([&] { found = findMatches(document, wanted).size(); }); };
 	std::size_t scanned = 0;
 	const auto scan = [&] {
 		return milliseconds([&] {

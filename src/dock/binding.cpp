@@ -28,7 +28,7 @@ namespace quillbay {
 namespace {
 
 /// While someone types on, writing takes at most one part in this many of the time.
-constexpr int kWriteShare = 20;
+constexpr int kWriteShare = 8;
 /// A note that could not be written is tried again this often.
 constexpr auto kRetryDelay = std::chrono::seconds(2);
 
@@ -240,7 +240,7 @@ bool Dock::flush(bool requestHostSave, bool report)
 			}
 			return false;
 		}
-		// On a slow disk, or with a vast note, writing while someone types must not cost more than a twentieth.
+		// On a slow disk, or with a vast note, writing while someone types must not cost more than an eighth.
 		saveDeadline.setInterval(
 			std::max<int>(saveTimer.interval(), kWriteShare * static_cast<int>(clock.elapsed())));
 		dirty = false;

@@ -306,7 +306,7 @@ void HtmlTest::conclusionsHoldForAnyHtml()
 	for (int round = 0; round < 1500; ++round) {
 		const int oddness = random.bounded(3); // none, some, nothing else
 		QString html = oddness < 2 ? head : QString();
-		for (int part = random.bounded(1, 40); part > 0; --part) {
+		for (int part = random.bounded(1, 25); part > 0; --part) {
 			if (oddness == 2 || (oddness == 1 && random.bounded(30) == 0)) {
 				html += random.bounded(12) == 0 ? kWord : oneOf(kOddParts);
 				continue;
