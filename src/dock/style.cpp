@@ -12,10 +12,10 @@ namespace {
 constexpr int kDarkBelowLightness = 128;
 constexpr int kMutedAlpha = 170;
 
-/// Least difference in lightness by which a checked button is told from its surroundings.
-constexpr int kVisibleLightness = 8;
+/// Least difference from Window in lightness by which a checked button is told from its surroundings.
+constexpr int kVisibleLightness = 32;
 
-// Mid, but in the host's themes where that is the Window colour itself.
+// Mid, but not in the host's own themes, which paint docks in just that colour.
 QColor checkedColor(const QPalette &palette)
 {
 	const QColor mid = palette.color(QPalette::Mid);
