@@ -17,7 +17,9 @@ std::vector<SearchRange> findMatches(const QTextDocument &document, const QStrin
 	if (searchText.isEmpty()) {
 		return ranges;
 	}
-	const auto withBlanks = [](QString text) { return text.replace(QChar::Nbsp, QChar::Space); };
+	const auto withBlanks = [](QString text) {
+		return text.contains(QChar::Nbsp) ? text.replace(QChar::Nbsp, QChar::Space) : text;
+	};
 	const QStringMatcher matcher(withBlanks(searchText), Qt::CaseInsensitive);
 	const auto length = static_cast<int>(searchText.size());
 	for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {

@@ -34,6 +34,7 @@ public:
 	{
 		dock.reset();
 		frontend() = {};
+		removeScenes();
 	}
 	Q_DISABLE_COPY_MOVE(DockFixture)
 

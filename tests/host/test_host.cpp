@@ -49,6 +49,19 @@ OBSSourceAutoRelease makeScene(const QString &name)
 	return obs_scene_get_source(obs_scene_create(utf8.constData()));
 }
 
+void removeScenes()
+{
+	std::vector<OBSSource> scenes;
+	const auto collect = [](void *list, obs_source_t *scene) {
+		static_cast<std::vector<OBSSource> *>(list)->emplace_back(scene);
+		return true;
+	};
+	obs_enum_scenes(collect, &scenes);
+	for (const OBSSource &scene : scenes) {
+		obs_source_remove(scene);
+	}
+}
+
 OBSSourceAutoRelease duplicateScene(obs_source_t *scene, const QString &name)
 {
 	const QByteArray utf8 = name.toUtf8();

@@ -28,6 +28,8 @@ private:
 
 /// A scene of the host; released with the holder.
 OBSSourceAutoRelease makeScene(const QString &name);
+/// Removes all scenes, as the host does before it lets go of them: newer ones keep scenes until then.
+void removeScenes();
 /// A copy of the scene, private settings and all, as the host's "duplicate" makes it.
 OBSSourceAutoRelease duplicateScene(obs_source_t *scene, const QString &name);
 

@@ -117,6 +117,7 @@ void DockTest::cleanup()
 {
 	dock.reset();
 	frontend() = {};
+	removeScenes();
 	first = nullptr;
 	second = nullptr;
 }
@@ -279,11 +280,13 @@ void DockTest::anEditOutlivesItsScene()
 	const QString known = fileOf(first);
 	type(" pending");
 	frontend().currentScene = second;
+	obs_source_remove(first);
 	first = nullptr;
 	QTRY_COMPARE(find<QLabel>("sceneLabel")->text(), QStringLiteral("Second"));
 	QVERIFY(readFile(known).contains("known pending"));
 
 	type("new");
+	obs_source_remove(second);
 	second = nullptr;
 	frontend().currentScene = nullptr;
 	dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_LIST_CHANGED);

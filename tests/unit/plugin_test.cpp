@@ -92,6 +92,7 @@ void PluginTest::cleanup()
 	}
 	window.reset();
 	frontend() = {};
+	removeScenes();
 	scene = nullptr;
 }
 

@@ -38,6 +38,7 @@ private:
 
 void StoreTest::init()
 {
+	removeScenes();
 	folder = std::make_unique<QTemporaryDir>();
 	store = std::make_unique<NoteStore>(folder->path() + QStringLiteral("//x/../notes/"));
 	QCOMPARE(store->folder(), folder->path() + QStringLiteral("/notes"));
