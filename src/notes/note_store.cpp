@@ -246,7 +246,9 @@ void NoteStore::reattach(obs_source *scene, const QString &path)
 	}
 	const QString id = sceneUuid(scene);
 	const QString recorded = filePath(scene);
-	if (path == recorded || holdsNoteOf(recorded, id)) {
+	// The usual case must not read the note twice.
+	const bool isInPlace = path.isEmpty() && !recorded.isEmpty() && !isMissing(recorded);
+	if (path == recorded || isInPlace || holdsNoteOf(recorded, id)) {
 		return;
 	}
 	QString found = holdsNoteOf(path, id) ? path : QString();
