@@ -369,7 +369,10 @@ void Dock::connectEditor()
 		updateReadingBand();
 	};
 	connect(bar, &QScrollBar::valueChanged, this, moved);
-	connect(bar, &QScrollBar::rangeChanged, this, moved);
+	connect(bar, &QScrollBar::rangeChanged, this, [this, moved] {
+		guidedLine.revision = -1;
+		moved();
+	});
 	connect(bar, &QScrollBar::sliderPressed, this, &Dock::restartHold);
 	connect(bar, &QScrollBar::sliderReleased, this, &Dock::restartHold);
 }

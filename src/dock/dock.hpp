@@ -175,6 +175,7 @@ private:
 	void scrollFrame();
 	void updateCountdown();
 	void updateReadingBand();
+	[[nodiscard]] int guidedLineHeight(QSize view);
 	void showPlayFace(const char *textKey, const char *tooltipKey);
 	void restartHold();
 	[[nodiscard]] bool isScrollingOrCounting() const;
@@ -277,6 +278,12 @@ private:
 	QElapsedTimer holdClock;
 	/// The exact offset in pixels; the scroll bar holds its whole part.
 	double scrollPosition = 0;
+	/// The line of text that was found at the reading line, in the whole text's pixels, and what that holds for.
+	struct {
+		QRect rect;
+		QSize view;
+		int revision = -1;
+	} guidedLine;
 	/// The view has been resized and the place in the text is not back yet.
 	bool isKeepingPlace = false;
 

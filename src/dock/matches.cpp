@@ -11,25 +11,28 @@
 
 namespace quillbay {
 
+namespace {
+
+// What separates paragraphs and cells in a document's raw text; a search never crosses them.
+constexpr QChar kSeparators[] = {QChar(0xfdd0), QChar(0xfdd1), QChar::ParagraphSeparator};
+
+} // namespace
+
 std::vector<SearchRange> findMatches(const QTextDocument &document, const QString &searchText)
 {
 	std::vector<SearchRange> ranges;
-	if (searchText.isEmpty()) {
+	const auto crosses = [&searchText](QChar separator) { return searchText.contains(separator); };
+	if (searchText.isEmpty() || std::ranges::any_of(kSeparators, crosses)) {
 		return ranges;
 	}
-	const auto withBlanks = [](QString text) {
-		return text.contains(QChar::Nbsp) ? text.replace(QChar::Nbsp, QChar::Space) : text;
-	};
+	const auto withBlanks = [](QString text) { return text.replace(QChar::Nbsp, QChar::Space); };
+	// Its indices are document positions; asking every paragraph for its text would take most of the time.
+	const QString note = withBlanks(document.toRawText());
 	const QStringMatcher matcher(withBlanks(searchText), Qt::CaseInsensitive);
 	const auto length = static_cast<int>(searchText.size());
-	for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-		const QString paragraph = withBlanks(block.text());
-		qsizetype index = matcher.indexIn(paragraph);
-		while (index >= 0) {
-			const int start = block.position() + static_cast<int>(index);
-			ranges.push_back({start, start + length});
-			index = matcher.indexIn(paragraph, index + length);
-		}
+	for (qsizetype at = matcher.indexIn(note); at >= 0; at = matcher.indexIn(note, at + length)) {
+		const auto start = static_cast<int>(at);
+		ranges.push_back({start, start + length});
 	}
 	return ranges;
 }

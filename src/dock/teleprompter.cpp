@@ -184,6 +184,21 @@ double Dock::scrollProgress() const
 	return range < 1 ? 0.0 : (bar->value() - bar->minimum()) / range;
 }
 
+// A line stays at the reading line for many frames, and finding it in a long paragraph takes longer than a frame may.
+int Dock::guidedLineHeight(QSize view)
+{
+	const int guide = static_cast<int>(view.height() * kReadingLine + 0.5);
+	const int scrolled = editor->verticalScrollBar()->value();
+	const QRect &line = guidedLine.rect;
+	const bool isKnown = guidedLine.revision == editor->document()->revision() && guidedLine.view == view &&
+			     scrolled + guide >= line.top() && scrolled + guide <= line.bottom();
+	if (!isKnown) {
+		const QRect found = editor->cursorRect(editor->cursorForPosition({view.width() / 2, guide}));
+		guidedLine = {found.translated(0, scrolled), view, editor->document()->revision()};
+	}
+	return line.height();
+}
+
 void Dock::updateReadingBand()
 {
 	const QSize view = editor->viewport()->size();
@@ -191,9 +206,7 @@ void Dock::updateReadingBand()
 		readingBand->hide();
 		return;
 	}
-	const int guide = static_cast<int>(view.height() * kReadingLine + 0.5);
-	const int lineHeight = editor->cursorRect(editor->cursorForPosition({view.width() / 2, guide})).height();
-	readingBand->setGeometry(readingBandRect(view, lineHeight));
+	readingBand->setGeometry(readingBandRect(view, guidedLineHeight(view)));
 	readingBand->raise();
 	readingBand->show();
 }

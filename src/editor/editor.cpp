@@ -9,8 +9,11 @@
 #include "plugin/text.hpp"
 
 #include <QAbstractTextDocumentLayout>
+#include <QPainter>
+#include <QPaintEvent>
 #include <QScrollBar>
 #include <QStyle>
+#include <QStyleOption>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QWheelEvent>
@@ -47,6 +50,10 @@ Editor::Editor(QWidget *parent) : QTextEdit(parent)
 	document()->setDefaultStyleSheet(QStringLiteral("p, li { line-height: 140%; }"));
 	loadHtml({});
 	setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+	// A style sheet would leave the background to the widgets behind, and every scrolled pixel would repaint the
+	// view.
+	viewport()->setAutoFillBackground(false);
+	viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
 
 	numbers_ = new QWidget(this);
 	numbers_->setObjectName(QStringLiteral("lineNumbers"));
@@ -61,7 +68,8 @@ Editor::Editor(QWidget *parent) : QTextEdit(parent)
 	connect(document()->documentLayout(), &QAbstractTextDocumentLayout::update, numbers_, repaint);
 	connect(verticalScrollBar(), &QScrollBar::valueChanged, numbers_,
 		[strip = numbers_, shown = verticalScrollBar()->value()](int value) mutable {
-			strip->scroll(0, shown - std::exchange(shown, value));
+			const int before = std::exchange(shown, value);
+			strip->scroll(0, before - value);
 		});
 	connect(this, &QTextEdit::cursorPositionChanged, numbers_, repaint);
 	updateNumberArea();
@@ -151,6 +159,28 @@ void Editor::changeEvent(QEvent *event)
 	default:
 		break;
 	}
+}
+
+// The same pixels that show where a style sheet makes the view transparent.
+void Editor::paintBackground(QRect exposed)
+{
+	QPainter painter(viewport());
+	if (!testAttribute(Qt::WA_StyleSheet)) {
+		painter.fillRect(exposed, viewport()->palette().brush(viewport()->backgroundRole()));
+		return;
+	}
+	const QWidget *behind = parentWidget() ? parentWidget() : this;
+	painter.fillRect(exposed, behind->palette().brush(behind->backgroundRole()));
+	painter.translate(-viewport()->pos());
+	QStyleOption option;
+	option.initFrom(this);
+	style()->drawPrimitive(QStyle::PE_Widget, &option, &painter, this);
+}
+
+void Editor::paintEvent(QPaintEvent *event)
+{
+	paintBackground(event->rect());
+	QTextEdit::paintEvent(event);
 }
 
 void Editor::resizeEvent(QResizeEvent *event)

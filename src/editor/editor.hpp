@@ -59,6 +59,7 @@ public:
 protected:
 	bool event(QEvent *event) override;
 	bool eventFilter(QObject *watched, QEvent *event) override;
+	void paintEvent(QPaintEvent *event) override;
 	void wheelEvent(QWheelEvent *event) override;
 	void keyPressEvent(QKeyEvent *event) override;
 	void resizeEvent(QResizeEvent *event) override;
@@ -69,6 +70,8 @@ protected:
 	[[nodiscard]] QMimeData *createMimeDataFromSelection() const override;
 
 private:
+	void paintBackground(QRect exposed);
+	[[nodiscard]] QTextBlock firstBlockInView();
 	bool refuse();
 	void checkChange(int position, int removed, int added);
 	void takeBackOversize();
@@ -78,7 +81,8 @@ private:
 	[[nodiscard]] bool acceptsComposition(const QInputMethodEvent &event);
 
 	QWidget *numbers_ = nullptr;
-	QRect exposed_; // the part of the strip that is being painted
+	QRect exposed_;      // the part of the strip that is being painted
+	int firstBlock_ = 0; // the first number in it when it was painted last
 	int wheelDelta_ = 0;
 	bool isReapplyingStyle_ = false;
 	bool isSearchMatch_ = false;

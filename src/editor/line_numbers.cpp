@@ -11,6 +11,7 @@
 #include <QPaintEvent>
 #include <QScrollBar>
 #include <QTextBlock>
+#include <QTextFrame>
 #include <QTextLayout>
 
 #include <algorithm>
@@ -25,6 +26,8 @@ constexpr int kNumberPadding = 14;
 /// Pixels between a number and the strip's right edge.
 constexpr int kNumberGap = 6;
 constexpr int kNumberAlpha = 170;
+/// As far as the first paragraph in view is looked for from where it was.
+constexpr int kMaxWalk = 64;
 
 QFont numberFont(const QFont &font)
 {
@@ -71,6 +74,28 @@ bool Editor::eventFilter(QObject *watched, QEvent *event)
 	return QTextEdit::eventFilter(watched, event);
 }
 
+// Asking for the text at a point looks at every line of a paragraph, which a frame of the teleprompter cannot afford;
+// while the text scrolls the paragraph is the same as before or a neighbour. In a table neighbours stand side by side.
+QTextBlock Editor::firstBlockInView()
+{
+	const QAbstractTextDocumentLayout &layout = *document()->documentLayout();
+	const int offset = verticalScrollBar()->value();
+	const auto isAbove = [&](const QTextBlock &block) { return layout.blockBoundingRect(block).top() <= offset; };
+	QTextBlock block = document()->findBlockByNumber(firstBlock_);
+	int steps = document()->rootFrame()->childFrames().isEmpty() ? 0 : kMaxWalk;
+	for (; steps < kMaxWalk && block.isValid() && !isAbove(block); ++steps) {
+		block = block.previous();
+	}
+	for (; steps < kMaxWalk && block.next().isValid() && isAbove(block.next()); ++steps) {
+		block = block.next();
+	}
+	if (steps == kMaxWalk || !block.isValid()) {
+		block = cursorForPosition({0, 0}).block();
+	}
+	firstBlock_ = block.blockNumber();
+	return block;
+}
+
 void Editor::paintNumbers()
 {
 	const bool isActive = !isReadOnly() && hasFocus();
@@ -86,30 +111,30 @@ void Editor::paintNumbers()
 	const int offset = verticalScrollBar()->value();
 	const int currentBlock = isEnabled() ? textCursor().blockNumber() : -1;
 	const QAbstractTextDocumentLayout *layout = document()->documentLayout();
-	QTextBlock block = cursorForPosition(QPoint(0, 0)).block();
-	for (; block.isValid(); block = block.next()) {
+	for (QTextBlock block = firstBlockInView(); block.isValid(); block = block.next()) {
 		const qreal top = layout->blockBoundingRect(block).top() - offset;
-		if (top > numbers_->height()) {
+		if (top > exposed_.bottom() + metrics.height()) {
 			break;
 		}
 		if (!block.isVisible() || block.layout()->lineCount() == 0) {
 			continue;
 		}
 		const QTextLine line = block.layout()->lineAt(0);
+		const QRectF band(0, top + line.y(), numbers_->width(), line.height());
+		const qreal baseline = band.top() + line.ascent();
 		// While the text scrolls only a sliver is new; large digits may reach out of a low line.
-		const qreal reach = line.height() + metrics.height();
-		if (top + line.y() + reach < exposed_.top() || top + line.y() - reach > exposed_.bottom()) {
+		if (std::max(band.bottom(), baseline + metrics.descent()) < exposed_.top() ||
+		    std::min(band.top(), baseline - metrics.ascent()) > exposed_.bottom()) {
 			continue;
 		}
 		const bool isCurrent = block.blockNumber() == currentBlock;
 		if (isCurrent) {
-			const QRectF band(0, top + line.y(), numbers_->width(), line.height());
 			painter.fillRect(band, outer.color(QPalette::Highlight));
 		}
 		painter.setPen(isCurrent ? outer.color(QPalette::HighlightedText) : numberColor);
 		const QString number = QString::number(block.blockNumber() + 1);
 		const int x = numbers_->width() - 1 - metrics.horizontalAdvance(number) - kNumberGap;
-		painter.drawText(QPointF(x, top + line.y() + line.ascent()), number);
+		painter.drawText(QPointF(x, baseline), number);
 	}
 }
 

@@ -9,6 +9,7 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
+#include <QScreen>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QtTest>
@@ -508,6 +509,15 @@ private Q_SLOTS:
 		QVERIFY(bandAt(0));
 		QVERIFY(bandAt(120));
 		QVERIFY(editor.verticalScrollBar()->value() > 0);
+		QVERIFY(QTest::qWaitForWindowExposed(&editor));
+		// What has only been scrolled looks like what is painted whole.
+		for (int i = 0; i < 40; ++i) {
+			editor.verticalScrollBar()->setValue(editor.verticalScrollBar()->value() - 1);
+			QCoreApplication::sendPostedEvents();
+		}
+		const QImage screen = editor.screen()->grabWindow(editor.winId()).toImage();
+		QCOMPARE(screen.convertToFormat(QImage::Format_RGB32),
+			 editor.grab().toImage().convertToFormat(QImage::Format_RGB32));
 		const QImage current = editor.strip()->grab().toImage();
 		editor.setEnabled(false);
 		QVERIFY(editor.strip()->grab().toImage() != current);

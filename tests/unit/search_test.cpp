@@ -52,6 +52,8 @@ void SearchTest::matches_data()
 		<< QStringLiteral("two words") << QStringLiteral("two\u00a0words") << 1;
 	QTest::newRow("not across paragraphs") << QStringLiteral("one\ntwo") << QStringLiteral("one\ntwo") << 0;
 	QTest::newRow("bracket") << QStringLiteral("a[b[") << QStringLiteral("[") << 2;
+	QTest::newRow("in a table") << QStringLiteral("<table><tr><td>one</td><td>One</td></tr></table>")
+				    << QStringLiteral("one") << 2;
 	QTest::newRow("nothing") << QStringLiteral("abc") << QString() << 0;
 }
 
@@ -59,9 +61,16 @@ void SearchTest::matches()
 {
 	QFETCH(QString, note);
 	QFETCH(QString, searchText);
-	fixture->editor->setPlainText(note);
+	fixture->editor->setText(note);
 	const auto found = findMatches(*fixture->editor->document(), searchText);
 	QTEST(static_cast<int>(found.size()), "count");
+	for (const SearchRange &range : found) {
+		QTextCursor cursor(fixture->editor->document());
+		cursor.setPosition(range.start);
+		cursor.setPosition(range.end, QTextCursor::KeepAnchor);
+		QCOMPARE(cursor.selectedText().replace(QChar::Nbsp, QChar::Space).toLower(),
+			 QString(searchText).replace(QChar::Nbsp, QChar::Space).toLower());
+	}
 }
 
 void SearchTest::findsWhileTyping()
