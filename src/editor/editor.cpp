@@ -81,7 +81,10 @@ void Editor::loadHtml(const QString &html)
 	// Laid out once, when its paragraphs are counted and the view has its width.
 	document()->setLayoutEnabled(false);
 	setHtml(html);
+	// A scroll bar that comes while the text is laid out lays it out twice more.
+	setVerticalScrollBarPolicy(surelyScrolls() ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
 	document()->setLayoutEnabled(true);
+	setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
 	const QTextBlock first = document()->firstBlock();
 	if (!document()->isEmpty() || first.blockFormat().hasProperty(QTextFormat::LineHeight)) {
 		return;
@@ -93,6 +96,15 @@ void Editor::loadHtml(const QString &html)
 	format.setLineHeight(kLineHeightPercent, QTextBlockFormat::ProportionalHeight);
 	textCursor().mergeBlockFormat(format);
 	document()->setUndoRedoEnabled(hadUndo);
+}
+
+// Whether the text is far higher than the view, judged by its length.
+bool Editor::surelyScrolls() const
+{
+	const QFontMetrics metrics(document()->defaultFont());
+	const int perLine = std::max(viewport()->width() / std::max(metrics.averageCharWidth(), 1), 1);
+	const int lines = document()->blockCount() + document()->characterCount() / perLine;
+	return lines / 4 * metrics.height() > viewport()->height();
 }
 
 void Editor::setSearchMatch(bool on)

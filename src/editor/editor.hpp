@@ -70,6 +70,7 @@ protected:
 	[[nodiscard]] QMimeData *createMimeDataFromSelection() const override;
 
 private:
+	[[nodiscard]] bool surelyScrolls() const;
 	void paintBackground(QRect exposed);
 	[[nodiscard]] QTextBlock firstBlockInView();
 	bool refuse();

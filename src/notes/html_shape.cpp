@@ -3,9 +3,12 @@
 
 #include "notes/html_shape.hpp"
 #include "notes/css_cost.hpp"
+#include "notes/editor_html.hpp"
+#include "notes/html_names.hpp"
+
+#include <QHash>
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
 namespace quillbay {
@@ -41,142 +44,9 @@ constexpr double kComplexCharacterFactor = 5; // tabs and other scripts
 constexpr double kPictureCost = 60;
 constexpr double kListItemPairCost = 0.024;
 
-enum class Element : quint8 {
-	Other,
-	Body,
-	Br,
-	Caption,
-	Dd,
-	Div,
-	Dl,
-	Dt,
-	Head,
-	Hr,
-	Html,
-	Img,
-	Li,
-	List,
-	Meta,
-	P,
-	Style,
-	Table,
-	Td,
-	Th,
-	Tr,
-	TableSection,
-	Block,
-	Hidden,
-};
-
-enum class Display : quint8 { Inline, Block, Table, None };
-
-struct Name {
-	QLatin1StringView text;
-	Element element;
-	Display display;
-};
-
-constexpr std::array kNames = {
-	Name{QLatin1StringView("blockquote"), Element::Block, Display::Block},
-	Name{QLatin1StringView("body"), Element::Body, Display::Block},
-	Name{QLatin1StringView("br"), Element::Br, Display::Inline},
-	Name{QLatin1StringView("caption"), Element::Caption, Display::Block},
-	Name{QLatin1StringView("center"), Element::Block, Display::Block},
-	Name{QLatin1StringView("dd"), Element::Dd, Display::Block},
-	Name{QLatin1StringView("div"), Element::Div, Display::Block},
-	Name{QLatin1StringView("dl"), Element::Dl, Display::Block},
-	Name{QLatin1StringView("dt"), Element::Dt, Display::Block},
-	Name{QLatin1StringView("h1"), Element::Block, Display::Block},
-	Name{QLatin1StringView("h2"), Element::Block, Display::Block},
-	Name{QLatin1StringView("h3"), Element::Block, Display::Block},
-	Name{QLatin1StringView("h4"), Element::Block, Display::Block},
-	Name{QLatin1StringView("h5"), Element::Block, Display::Block},
-	Name{QLatin1StringView("h6"), Element::Block, Display::Block},
-	Name{QLatin1StringView("head"), Element::Head, Display::None},
-	Name{QLatin1StringView("hr"), Element::Hr, Display::Block},
-	Name{QLatin1StringView("html"), Element::Html, Display::Inline},
-	Name{QLatin1StringView("img"), Element::Img, Display::Inline},
-	Name{QLatin1StringView("li"), Element::Li, Display::Block},
-	Name{QLatin1StringView("link"), Element::Hidden, Display::None},
-	Name{QLatin1StringView("meta"), Element::Meta, Display::None},
-	Name{QLatin1StringView("ol"), Element::List, Display::Block},
-	Name{QLatin1StringView("p"), Element::P, Display::Block},
-	Name{QLatin1StringView("pre"), Element::Block, Display::Block},
-	Name{QLatin1StringView("qt"), Element::Body, Display::Block},
-	Name{QLatin1StringView("script"), Element::Hidden, Display::None},
-	Name{QLatin1StringView("style"), Element::Style, Display::None},
-	Name{QLatin1StringView("table"), Element::Table, Display::Table},
-	Name{QLatin1StringView("tbody"), Element::TableSection, Display::Table},
-	Name{QLatin1StringView("td"), Element::Td, Display::Block},
-	Name{QLatin1StringView("tfoot"), Element::TableSection, Display::Table},
-	Name{QLatin1StringView("th"), Element::Th, Display::Block},
-	Name{QLatin1StringView("thead"), Element::TableSection, Display::Table},
-	Name{QLatin1StringView("title"), Element::Hidden, Display::None},
-	Name{QLatin1StringView("tr"), Element::Tr, Display::Table},
-	Name{QLatin1StringView("ul"), Element::List, Display::Block},
-};
-constexpr qsizetype kLongestName = 10;
 constexpr qsizetype kLongestEntity = 12;
-
-// As Qt compares names: only letters of ASCII have another case here, and the Kelvin sign is a capital k. A name
-// that is not closed by what would close it for Qt only looks deeper nested than it is.
-char16_t lower(QChar c)
-{
-	const char16_t unit = c.unicode();
-	return unit >= u'A' && unit <= u'Z' ? char16_t(unit + 32) : unit == 0x212a ? u'k' : unit;
-}
-
-bool isSameName(QStringView a, QStringView b)
-{
-	return a.size() == b.size() && std::ranges::equal(a, b, {}, lower, lower);
-}
-
-Name lookUp(QStringView tag)
-{
-	std::array<char, kLongestName> letters;
-	const Name unknown{QLatin1StringView(), Element::Other, Display::Inline};
-	if (tag.size() > kLongestName) {
-		return unknown;
-	}
-	for (qsizetype i = 0; i < tag.size(); ++i) {
-		const char16_t letter = lower(tag[i]);
-		letters[size_t(i)] = letter < 128 ? char(letter) : '?';
-	}
-	const QLatin1StringView name(letters.data(), tag.size());
-	const auto found = std::ranges::lower_bound(kNames, name, {}, &Name::text);
-	return found != kNames.end() && found->text == name ? *found : unknown;
-}
-
-bool isEmptyElement(Element element)
-{
-	return element == Element::Br || element == Element::Hr || element == Element::Img || element == Element::Meta;
-}
-
-bool isCell(Element element)
-{
-	return element == Element::Td || element == Element::Th;
-}
-
-bool isAllowedIn(Element element, Element parent)
-{
-	switch (element) {
-	case Element::Dd:
-	case Element::Dt:
-		return parent == Element::Dl;
-	case Element::Tr:
-		return parent == Element::Table || parent == Element::TableSection;
-	case Element::Td:
-	case Element::Th:
-		return parent == Element::Tr;
-	case Element::TableSection:
-	case Element::Caption:
-		return parent == Element::Table;
-	case Element::Body:
-		return parent != Element::Head;
-	default:
-		return true;
-	}
-}
+constexpr qsizetype kMaxKnownTags = 256;
+constexpr qsizetype kMaxKnownTag = 1'000; // without the data: URLs that are not counted
 
 bool contains(QStringView text, const char *part)
 {
@@ -186,62 +56,6 @@ bool contains(QStringView text, const char *part)
 bool is(QStringView text, const char *other)
 {
 	return text.compare(QLatin1StringView(other), Qt::CaseInsensitive) == 0;
-}
-
-// Where text starts a new block of its own, whatever element it is in.
-bool isBlockBreak(QChar c)
-{
-	return c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator || c.unicode() == 0xfdd0 ||
-	       c.unicode() == 0xfdd1;
-}
-
-constexpr QLatin1StringView kEditorHead(
-	"<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.0//EN\" \"http://www.w3.org/TR/REC-html40/strict.dtd\">\n"
-	"<html><head><meta name=\"qrichtext\" content=\"1\" />");
-
-// Whether what follows a "<" is one of Qt's own tags, written letter by letter as Qt writes it.
-bool isEditorTag(QStringView tag, const Name &name)
-{
-	const auto isNameLetter = [](QChar c) {
-		return (c >= u'a' && c <= u'z') || (c >= u'1' && c <= u'6') || c == u'-';
-	};
-	const auto skipName = [&] {
-		const auto end = std::ranges::find_if_not(tag, isNameLetter);
-		const QStringView found = tag.first(end - tag.begin());
-		tag = tag.sliced(found.size());
-		return found;
-	};
-	const QStringView element = skipName();
-	const bool isInline = element == u"a" || element == u"span";
-	const bool isForeign = element == u"blockquote" || element == u"center" ||
-			       (name.element == Element::Hidden && element != u"title");
-	if (!isInline && (isForeign || name.element == Element::Other || element != name.text)) {
-		return false;
-	}
-	while (tag.startsWith(u' ') && !tag.startsWith(QLatin1StringView(" /"))) {
-		tag = tag.sliced(1);
-		const bool isNamed = !skipName().isEmpty() && tag.startsWith(QLatin1StringView("=\""));
-		const qsizetype end = isNamed ? tag.indexOf(u'"', 2) : -1;
-		if (end < 0) {
-			return false;
-		}
-		tag = tag.sliced(end + 1);
-	}
-	return tag == (isEmptyElement(name.element) ? QLatin1StringView(" />") : QLatin1StringView(">"));
-}
-
-bool isEditorStyle(QStringView css)
-{
-	const auto isOdd = [](QChar c) { return c == u'\\' || c == u'&' || c == u'/' || c == u'{' || c == u'}'; };
-	return std::ranges::none_of(css, isOdd) && !contains(css, "display");
-}
-
-// The only escapes in the sheet that Qt writes are those of the check boxes.
-bool isEditorSheet(QStringView sheet)
-{
-	return sheet.startsWith(QLatin1StringView("\np, li { white-space: pre-wrap; }\n")) &&
-	       !contains(sheet, "display") && sheet.count(u'\\') == sheet.count(QLatin1StringView("\\261")) &&
-	       !sheet.contains(QLatin1StringView("/*"));
 }
 
 class Reader {
@@ -268,6 +82,7 @@ private:
 		qint64 cells = 0;
 		size_t firstSpan;
 	};
+	/// What the attributes of a tag say.
 	struct Attributes {
 		int columnSpan = 1;
 		int rowSpan = 1;
@@ -276,6 +91,15 @@ private:
 		bool isEmptyParagraph = false;
 		bool isEditorHead = false;
 		StyledElement styled;
+	};
+	/// A tag as it was read, and what reading it has added to the reader.
+	struct Tag {
+		QStringView text;
+		Name name;
+		Attributes found;
+		bool isClosed = false;
+		bool isEditors = false; // as Qt writes it, which means more of the same costs the same
+		double cost = 0;
 	};
 
 	[[nodiscard]] bool has(QChar c) const { return pos_ < html_.size() && html_[pos_] == c; }
@@ -286,6 +110,8 @@ private:
 	void skipTo(QChar c, qsizetype from);
 	void declaration();
 	void tag();
+	Tag readTag();
+	Tag readTagAnew();
 	void skipFiller(bool isEmptyParagraph);
 	void closeTag();
 	[[nodiscard]] bool isEditorPlace(const Name &name) const;
@@ -304,7 +130,7 @@ private:
 	void text(QStringView text);
 	void addText(QStringView text);
 	qsizetype entity(QStringView text);
-	void addSureCharacter();
+	void addSureCharacters(qint64 count);
 	void addCharacters(qint64 count);
 	void addBlock();
 	void addPossibleBlock();
@@ -320,6 +146,7 @@ private:
 	std::vector<Table> tables_;
 	std::vector<RowSpan> spans_;
 	CssCost css_;
+	QHash<QStringView, Tag> tags_; // those that Qt wrote, by their source
 
 	qint64 blockLength_ = 1;
 	qint64 sureLength_ = 0;     // characters that surely are in the same block
@@ -456,26 +283,20 @@ void Reader::tag()
 		closeTag();
 		return;
 	}
-	const QStringView tag = word();
-	const Name name = lookUp(tag);
-	shape_.isHarmless = shape_.isHarmless && isPlainName(tag) && ++elements_ <= kMaxElements;
-	Attributes found;
-	if (pos_ < html_.size() && html_[pos_].isSpace()) {
-		found = attributes(name);
-	}
-	const qsizetype start = pos_;
-	skipTo(u'>', pos_);
-	const bool isClosed = html_.sliced(start, pos_ - start).contains(u'/');
+	Tag read = pos_ == tagStart ? readTag() : readTagAnew();
+	const QStringView tag = read.text;
+	const Name &name = read.name;
+	Attributes &found = read.found;
 	isEditorText_ = isEditorText_ || (found.isEditorHead && name.element == Element::Meta);
 	if (name.element != Element::Other || tag.isEmpty() || isAfterVoid_) {
 		sureLength_ = 0;
 	}
-	isOdd_ = isOdd_ || !isEditorTag(html_.sliced(tagStart, pos_ - tagStart), name) || !isEditorPlace(name);
+	isOdd_ = isOdd_ || !read.isEditors || !isEditorPlace(name);
 	resolve(name);
 	found.styled.tag = tag;
 	addCost(css_.addElement(qsizetype(stack_.size()), found.styled));
 	element(name, found);
-	const bool isVoid = isClosed || isEmptyElement(name.element);
+	const bool isVoid = read.isClosed || isEmptyElement(name.element);
 	isAfterVoid_ = isVoid;
 	isAfterBlock_ = isAfterBlock_ || (isVoid && name.display == Display::Block && !isHidden());
 	if (!isVoid && !tag.isEmpty()) {
@@ -487,6 +308,48 @@ void Reader::tag()
 	} else if (name.element == Element::Table) {
 		++floats_;
 	}
+}
+
+// A note repeats few tags thousands of times: one that Qt wrote is read once.
+Reader::Tag Reader::readTag()
+{
+	const qsizetype start = pos_;
+	const QStringView source = html_.sliced(start, html_.indexOf(u'>', start) + 1 - start);
+	if (const auto known = tags_.constFind(source); known != tags_.constEnd()) {
+		pos_ += source.size();
+		attributes_ += known->found.styled.attributes;
+		shape_.isHarmless = shape_.isHarmless && ++elements_ <= kMaxElements && attributes_ <= kMaxAttributes;
+		addCost(known->cost);
+		return *known;
+	}
+	const bool wasBounded = shape_.isBounded;
+	const double cost = cost_;
+	Tag tag = readTagAnew();
+	tag.cost = cost_ - cost;
+	const bool isRepeatable = tag.isEditors && !isOdd_ && wasBounded == shape_.isBounded &&
+				  pos_ - start == source.size() && tags_.size() < kMaxKnownTags &&
+				  source.size() <= kMaxKnownTag && !contains(source, "texture");
+	if (isRepeatable) {
+		tags_.insert(source, tag);
+	}
+	return tag;
+}
+
+Reader::Tag Reader::readTagAnew()
+{
+	const qsizetype tagStart = pos_;
+	Tag read;
+	read.text = word();
+	read.name = lookUp(read.text);
+	shape_.isHarmless = shape_.isHarmless && isPlainName(read.text) && ++elements_ <= kMaxElements;
+	if (pos_ < html_.size() && html_[pos_].isSpace()) {
+		read.found = attributes(read.name);
+	}
+	const qsizetype start = pos_;
+	skipTo(u'>', pos_);
+	read.isClosed = html_.sliced(start, pos_ - start).contains(u'/');
+	read.isEditors = isEditorTag(html_.sliced(tagStart, pos_ - tagStart), read.name);
+	return read;
 }
 
 // Qt writes a line break into an empty paragraph and drops it when it reads it.
@@ -866,13 +729,26 @@ void Reader::text(QStringView text)
 	}
 }
 
+// A character that no rule of Qt's parser treats in a way of its own; most are.
+bool isLetter(QChar c)
+{
+	return c.unicode() > u' ' && c.unicode() < 0x7f && c != u'&';
+}
+
 // Counts text as Qt keeps it at most: white space that it would drop or join counts.
 void Reader::addText(QStringView text)
 {
 	qsizetype sureFrom = 0; // an entity of a kind not known here may reach up to it
 	for (qsizetype i = 0; i < text.size() && shape_.isBounded; ++i) {
 		const QChar c = text[i];
-		if (c == u'&') {
+		if (isLetter(c)) {
+			const auto end = std::find_if_not(text.begin() + i, text.end(), isLetter);
+			const qsizetype count = end - text.begin() - i;
+			content();
+			addCharacters(count);
+			addSureCharacters(count - std::clamp<qsizetype>(sureFrom - i, 0, count));
+			i += count - 1;
+		} else if (c == u'&') {
 			content();
 			sureFrom = i + kLongestEntity;
 			i += entity(text.sliced(i)) - 1;
@@ -886,9 +762,7 @@ void Reader::addText(QStringView text)
 		} else {
 			if (!c.isSpace()) {
 				content();
-				if (i >= sureFrom) {
-					addSureCharacter();
-				}
+				addSureCharacters(i >= sureFrom ? 1 : 0);
 			}
 			isBodyFresh_ = false;
 			isPristine_ = false;
@@ -916,10 +790,11 @@ qsizetype Reader::entity(QStringView text)
 	return 1;
 }
 
-// A character of its own that Qt neither drops nor joins with others.
-void Reader::addSureCharacter()
+// Characters of their own that Qt neither drops nor joins with others.
+void Reader::addSureCharacters(qint64 count)
 {
-	shape_.leastLongestBlock = std::max(shape_.leastLongestBlock, ++sureLength_);
+	sureLength_ += count;
+	shape_.leastLongestBlock = std::max(shape_.leastLongestBlock, sureLength_);
 }
 
 void Reader::addCharacters(qint64 count)

@@ -12,7 +12,10 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QSaveFile>
+#include <QStringDecoder>
 #include <QUuid>
+
+#include <optional>
 
 namespace quillbay {
 
@@ -68,6 +71,70 @@ void appendKey(QByteArray &json, QLatin1StringView key)
 	json += json.isEmpty() ? "{\"" : ",\"";
 	json.append(key.data(), key.size());
 	json += "\":";
+}
+
+// The bytes of a JSON string behind its opening quote, and where they end.
+struct Literal {
+	qsizetype start = 0;
+	qsizetype end = 0;
+};
+
+// The value of the last member of a note file as encodeNote lays it out, which is nearly all of the file.
+Literal findHtml(const QByteArray &json)
+{
+	QByteArray key;
+	appendKey(key, kHtmlKey);
+	key = ',' + key.sliced(1) + '"';
+	const qsizetype at = json.indexOf(key);
+	const qsizetype start = at + key.size();
+	// The key may only stand where a string ends: in a string its quotes would be escaped.
+	const bool isLast = at > 0 && json.endsWith("\"}") && json[at - 1] == '"' && start <= json.size() - 2;
+	return isLast ? Literal{start, json.size() - 2} : Literal();
+}
+
+// Reads a JSON string written with the escapes of appendString or fewer; nothing where it holds anything else.
+// Qt's reader goes through it twice and letter by letter, which takes as long as half of showing the note.
+std::optional<QString> readLiteral(QByteArrayView literal)
+{
+	QByteArray utf8;
+	utf8.reserve(literal.size());
+	const char *run = literal.begin();
+	for (const char *at = run; at != literal.end(); ++at) {
+		const auto byte = static_cast<unsigned char>(*at);
+		if (byte == '"' || byte < 0x20) {
+			return std::nullopt;
+		}
+		if (byte != '\\') {
+			continue;
+		}
+		utf8.append(run, at - run);
+		if (++at == literal.end()) {
+			return std::nullopt;
+		}
+		if (*at == 'n') {
+			utf8 += '\n';
+		} else if (*at == '"' || *at == '\\' || *at == '/') {
+			utf8 += *at;
+		} else {
+			return std::nullopt;
+		}
+		run = at + 1;
+	}
+	utf8.append(run, literal.end() - run);
+	QStringDecoder decode(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+	const QString text = decode(utf8);
+	return decode.hasError() ? std::nullopt : std::optional(text);
+}
+
+// The object in a note file, its HTML read apart where it is written as encodeNote writes it.
+QJsonObject readObject(const QByteArray &bytes, std::optional<QString> &html)
+{
+	const Literal literal = findHtml(bytes);
+	if (literal.start > 0) {
+		html = readLiteral(QByteArrayView(bytes).sliced(literal.start, literal.end - literal.start));
+	}
+	const QByteArray rest = html ? bytes.first(literal.start) + "\"}" : bytes;
+	return QJsonDocument::fromJson(rest).object();
 }
 
 // QUuid reads past what follows a UUID; a scene's id has nothing there.
@@ -129,18 +196,17 @@ bool decodeNote(const QByteArray &bytes, NoteFile &file, QString &error)
 		error = text("BackupTooLarge");
 		return false;
 	}
-	const QJsonDocument document = QJsonDocument::fromJson(bytes);
-	const QJsonObject object = document.object();
+	std::optional<QString> apart;
+	const QJsonObject object = readObject(bytes, apart);
 	const QJsonValue sceneId = object[kSceneIdKey];
 	const QJsonValue sceneName = object[kSceneNameKey];
 	const QJsonValue html = object[kHtmlKey];
-	if (!document.isObject() || object[kFormatKey] != QJsonValue(kFormat) ||
-	    object[kVersionKey] != QJsonValue(kVersion) || !isSceneId(sceneId.toString()) || !sceneName.isString() ||
-	    !html.isString()) {
+	if (object[kFormatKey] != QJsonValue(kFormat) || object[kVersionKey] != QJsonValue(kVersion) ||
+	    !isSceneId(sceneId.toString()) || !sceneName.isString() || !html.isString()) {
 		error = text("BackupInvalid");
 		return false;
 	}
-	file = {sceneId.toString(), sceneName.toString(), html.toString()};
+	file = {sceneId.toString(), sceneName.toString(), apart ? *apart : html.toString()};
 	return true;
 }
 

@@ -38,6 +38,7 @@ private Q_SLOTS:
 	void membersStandInOrder();
 	void strangersAreRefused_data();
 	void strangersAreRefused();
+	void anyJsonIsReadAlike();
 	void savingIsAllOrNothing();
 	void everyTextKeyHasAnEnglishText();
 	void macModifiers();
@@ -145,6 +146,34 @@ void NotesTest::strangersAreRefused()
 	QCOMPARE(decodeNote(bytes, file, message), error.isEmpty());
 	QCOMPARE(message, error);
 	QCOMPARE(file.sceneId == QStringLiteral("before"), !error.isEmpty());
+}
+
+// Whoever wrote the file: what Qt's own reader makes of it.
+void NotesTest::anyJsonIsReadAlike()
+{
+	const char *const tails[] = {
+		R"("sceneName":"A","html":"a\"b\\c\/d\ne"})",
+		R"("sceneName":"A","html":""})",
+		R"("sceneName":"A","html":"\u0001\ud83d\ude00\t"})",
+		R"("sceneName":"A","html":"x" })",
+		R"("html":"first","sceneName":"A"})",
+		R"("sceneName":"\",\"html\":\"x","html":"y"})",
+		R"("sceneName":"A","html":"x","html":"y"})",
+		R"("sceneName":"A","html":"x\"})",
+		R"("sceneName":"A","more":{"z":"","html":"x"}})",
+		R"("sceneName":"A","html":"a	b"})",
+		"\"sceneName\":\"A\",\"html\":\"\xef\xbb\xbf\xc3\xa9\"}",
+		"\"sceneName\":\"A\",\"html\":\"\xc3\"}",
+	};
+	for (const char *tail : tails) {
+		const QByteArray bytes =
+			R"({"format":"OBS-QuillBay","version":1,"sceneId":")" + kId.toUtf8() + "\"," + tail;
+		const QJsonValue html = QJsonDocument::fromJson(bytes).object()[QLatin1StringView("html")];
+		NoteFile file;
+		QString error;
+		QCOMPARE(decodeNote(bytes, file, error), html.isString());
+		QCOMPARE(file.html, html.toString());
+	}
 }
 
 void NotesTest::savingIsAllOrNothing()
