@@ -11,6 +11,7 @@
 #include <QDoubleSpinBox>
 #include <QElapsedTimer>
 #include <QLineEdit>
+#include <QScreen>
 #include <QSlider>
 #include <QToolButton>
 
@@ -28,6 +29,7 @@ private Q_SLOTS:
 	void speeds();
 	void refusesWhatDoesNotScroll();
 	void scrollsAtItsSpeed();
+	void framesLeaveNothingBehind();
 	void holdsAfterTheUserMovesTheText();
 	void countsDown();
 	void stopsAtTheEnd();
@@ -106,6 +108,21 @@ void TeleprompterTest::scrollsAtItsSpeed()
 	play()->click();
 	QCOMPARE(fixture->status(), text("Paused"));
 	QVERIFY2(fixture->editor->isReadOnly(), "pausing does not leave read mode");
+}
+
+// Frames move what is painted and add only what appears: it must look as if painted anew.
+void TeleprompterTest::framesLeaveNothingBehind()
+{
+	QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
+	fixture->lines(400);
+	fixture->select(100, 100);
+	QTest::keyClicks(fixture->editor, QStringLiteral("typed"));
+	fixture->dock->setSpeed(5);
+	fixture->dock->command(Command::StartScroll);
+	QTRY_VERIFY(fixture->bar()->value() > 40);
+	const QImage screen = fixture->dock->screen()->grabWindow(fixture->dock->winId()).toImage();
+	QCOMPARE(screen.convertToFormat(QImage::Format_RGB32),
+		 fixture->dock->grab().toImage().convertToFormat(QImage::Format_RGB32));
 }
 
 void TeleprompterTest::holdsAfterTheUserMovesTheText()
