@@ -3,175 +3,25 @@
 
 #include "convert/apply_web_document.hpp"
 
+#include "convert/document_edit.hpp"
 #include "convert/export_document.hpp"
-#include "convert/incoming_document.hpp"
 #include "notes/limits.hpp"
-
-#include <QTextBlock>
-#include <QTextCursor>
-#include <QTextList>
-
-#include <algorithm>
 
 namespace quillbay {
 
-namespace {
-
-// Whether the browser's character leaves the note's as it is. A browser may send a plain space for a no-break one;
-// that is no reason to replace it.
-bool isKept(QChar noted, QChar sent)
-{
-	if (noted == QChar::ParagraphSeparator) {
-		return sent == u'\n';
-	}
-	return noted == sent || (noted == QChar::Nbsp && sent == u' ');
-}
-
-struct Difference {
-	int start = 0; ///< in both texts
-	int oldEnd = 0;
-	int newEnd = 0;
-};
-
-// Never splits a surrogate pair of the old text.
-Difference differenceOf(QStringView noted, QStringView sent)
-{
-	const qsizetype shorter = std::min(noted.size(), sent.size());
-	qsizetype prefix = 0;
-	while (prefix < shorter && isKept(noted[prefix], sent[prefix])) {
-		++prefix;
-	}
-	if (prefix > 0 && prefix < noted.size() && noted[prefix].isLowSurrogate()) {
-		--prefix;
-	}
-	qsizetype suffix = 0;
-	while (suffix < shorter - prefix && isKept(noted[noted.size() - 1 - suffix], sent[sent.size() - 1 - suffix])) {
-		++suffix;
-	}
-	if (suffix > 0 && suffix < noted.size() - prefix && noted[noted.size() - suffix].isLowSurrogate()) {
-		--suffix;
-	}
-	return {static_cast<int>(prefix), static_cast<int>(noted.size() - suffix),
-		static_cast<int>(sent.size() - suffix)};
-}
-
-void applyText(QTextCursor &cursor, const QString &sent)
-{
-	const Difference changed = differenceOf(cursor.document()->toRawText(), sent);
-	// From its end to its start: what is inserted looks like the text before it.
-	cursor.setPosition(changed.oldEnd);
-	cursor.setPosition(changed.start, QTextCursor::KeepAnchor);
-	cursor.insertText(sent.mid(changed.start, changed.newEnd - changed.start));
-}
-
-void applyRuns(QTextCursor &cursor, const std::vector<Run> &runs)
-{
-	for (const Run &run : runs) {
-		cursor.setPosition(run.position);
-		cursor.setPosition(run.position + run.length, QTextCursor::KeepAnchor);
-		cursor.mergeCharFormat(run.format);
-	}
-}
-
-QHash<const QTextList *, int> numberLists(const QTextDocument &document)
-{
-	ListNumbers numbers;
-	QHash<const QTextList *, int> lists;
-	for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-		if (const QTextList *list = block.textList()) {
-			lists.insert(list, numbers.of(list));
-		}
-	}
-	return lists;
-}
-
-// Puts each paragraph into the list that it belongs to.
-class ListKeeper {
-public:
-	explicit ListKeeper(const QTextDocument &document) : numbers_(numberLists(document)) {}
-
-	/// The list that the block is to be in, or null. May make a new list at the cursor.
-	QTextList *listFor(QTextCursor &cursor, const BlockForm &form)
-	{
-		const bool goesOn = current_ && form.listGroup == last_.listGroup && form.list == last_.list &&
-				    form.listIndent == last_.listIndent;
-		last_ = form;
-		if (form.list == 0) {
-			current_ = nullptr;
-		} else if (!goesOn) {
-			QTextList *own = cursor.block().textList();
-			current_ = own && isAsked(*own, form) ? own : createList(cursor, form);
-		}
-		return current_;
-	}
-
-private:
-	[[nodiscard]] bool isAsked(const QTextList &list, const BlockForm &form) const
-	{
-		const QTextListFormat format = list.format();
-		return numbers_.value(&list) == form.listGroup && format.style() == form.list &&
-		       format.indent() == form.listIndent && format.start() == form.listStart;
-	}
-
-	static QTextList *createList(QTextCursor &cursor, const BlockForm &form)
-	{
-		QTextListFormat format;
-		format.setStyle(static_cast<QTextListFormat::Style>(form.list));
-		format.setIndent(form.listIndent);
-		format.setStart(form.listStart);
-		return cursor.createList(format);
-	}
-
-	const QHash<const QTextList *, int> numbers_;
-	QTextList *current_ = nullptr;
-	BlockForm last_;
-};
-
-// False when there are fewer paragraphs than forms.
-bool applyBlocks(QTextCursor &cursor, ListKeeper &lists, const std::vector<BlockForm> &forms)
-{
-	QTextBlock block = cursor.document()->begin();
-	for (const BlockForm &form : forms) {
-		if (!block.isValid()) {
-			return false;
-		}
-		cursor.setPosition(block.position());
-		const QTextList *list = lists.listFor(cursor, form);
-		// Not QTextList::remove: it would add the list's indentation to the paragraph's.
-		QTextBlockFormat format = block.blockFormat();
-		format.setAlignment(static_cast<Qt::Alignment>(form.align));
-		format.setIndent(form.indent);
-		format.setObjectIndex(list ? list->objectIndex() : -1);
-		if (format != block.blockFormat()) {
-			cursor.setBlockFormat(format);
-		}
-		block = block.next();
-	}
-	return true;
-}
-
-bool applyTo(QTextDocument &document, const IncomingDocument &incoming)
-{
-	ListKeeper lists(document);
-	QTextCursor cursor(&document);
-	cursor.beginEditBlock();
-	applyText(cursor, incoming.text());
-	applyRuns(cursor, incoming.runs());
-	const bool isApplied = applyBlocks(cursor, lists, incoming.blocks());
-	cursor.endEditBlock();
-	return isApplied;
-}
-
-} // namespace
-
 bool applyWebDocument(const QString &baseHtml, const QJsonObject &document, QString &html, bool *limitExceeded)
+{
+	return applyTo(parsed(baseHtml).get(), baseHtml, document, html, limitExceeded);
+}
+
+bool applyTo(QTextDocument *base, const QString &baseHtml, const QJsonObject &document, QString &html,
+	     bool *limitExceeded)
 {
 	if (limitExceeded) {
 		*limitExceeded = false;
 	}
-	const auto scratch = parsed(baseHtml);
-	const QJsonObject base = scratch ? exportDocument(*scratch, false) : QJsonObject();
-	if (!base.value(QLatin1StringView("editable")).toBool()) {
+	const QJsonObject exported = base ? exportDocument(*base, false) : QJsonObject();
+	if (!exported.value(QLatin1StringView("editable")).toBool()) {
 		return false;
 	}
 	IncomingDocument incoming;
@@ -181,14 +31,14 @@ bool applyWebDocument(const QString &baseHtml, const QJsonObject &document, QStr
 		}
 		return false;
 	}
-	if (document.value(QLatin1StringView("blocks")) == base.value(QLatin1StringView("blocks"))) {
+	if (document.value(QLatin1StringView("blocks")) == exported.value(QLatin1StringView("blocks"))) {
 		html = baseHtml;
 		return true;
 	}
-	if (!applyTo(*scratch, incoming)) {
+	if (!edit(*base, incoming)) {
 		return false;
 	}
-	const QString result = scratch->toHtml();
+	const QString result = base->toHtml();
 	if (!withinHtmlLimits(result)) {
 		return false;
 	}

@@ -30,7 +30,8 @@ inline constexpr int kMaxListStart = 10'000;
 
 /// The document in the form that `webDocument` describes, or an empty object when it is over the limits. With
 /// `resolved` every run spells out the font, size and colours that it has in effect, within the bounds above.
-QJsonObject exportDocument(const QTextDocument &document, bool resolved);
+/// `listsBefore` lists of the note stand before this part of it.
+QJsonObject exportDocument(const QTextDocument &document, bool resolved, int listsBefore = 0);
 
 /// Whether a run may hold this text: whole characters only, and none that stands for a paragraph's end or an object.
 bool isRunText(QStringView text);
@@ -39,10 +40,13 @@ bool isRunText(QStringView text);
 /// document was saved and loaded, as no index of Qt's is.
 class ListNumbers {
 public:
+	explicit ListNumbers(int listsBefore = 0) : listsBefore_(listsBefore) {}
+
 	/// The list's number; a list that was not asked for before gets the next one.
 	int of(const QTextList *list);
 
 private:
+	int listsBefore_;
 	QHash<const QTextList *, int> numbers_;
 };
 

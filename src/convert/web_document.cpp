@@ -84,7 +84,10 @@ bool isEditable(const QTextBlock &block)
 
 class Exporter {
 public:
-	Exporter(const QTextDocument &document, bool resolved) : document_(document), resolved_(resolved) {}
+	Exporter(const QTextDocument &document, bool resolved, int listsBefore)
+	    : document_(document), resolved_(resolved), lists_(listsBefore)
+	{
+	}
 
 	QJsonObject result();
 
@@ -206,9 +209,9 @@ int Exporter::bounded(int value, int least, int most) const
 
 } // namespace
 
-QJsonObject exportDocument(const QTextDocument &document, bool resolved)
+QJsonObject exportDocument(const QTextDocument &document, bool resolved, int listsBefore)
 {
-	return Exporter(document, resolved).result();
+	return Exporter(document, resolved, listsBefore).result();
 }
 
 bool isRunText(QStringView text)
@@ -232,8 +235,9 @@ bool isRunText(QStringView text)
 
 int ListNumbers::of(const QTextList *list)
 {
+	const int next = listsBefore_ + static_cast<int>(numbers_.size()) + 1;
 	const auto known = numbers_.constFind(list);
-	return known != numbers_.constEnd() ? *known : *numbers_.insert(list, static_cast<int>(numbers_.size()) + 1);
+	return known != numbers_.constEnd() ? *known : *numbers_.insert(list, next);
 }
 
 std::unique_ptr<QTextDocument> parsed(const QString &html)
