@@ -4,6 +4,7 @@
 // What a browser sends for a note, and the note itself: the input is JSON, then a NUL, then the note's HTML.
 
 #include "convert/apply_web_document.hpp"
+#include "convert/note_session.hpp"
 #include "convert/web_document.hpp"
 #include "notes/limits.hpp"
 
@@ -23,6 +24,21 @@ void require(bool isTrue, const char *what)
 	}
 }
 
+// Three saves by way of a session, beside the plain way.
+void trySession(QString html, const QJsonObject &sent, const QJsonObject &exported)
+{
+	NoteSession session;
+	require(session.webDocument(html) == exported, "a session exports the same");
+	for (const QJsonObject &document : {sent, exported, sent}) {
+		QString plain;
+		QString fast;
+		const bool isApplied = applyWebDocument(html, document, plain);
+		require(session.applyWebDocument(html, document, fast) == isApplied, "a session refuses the same");
+		require(plain == fast, "a session gives the same");
+		html = isApplied ? plain : html;
+	}
+}
+
 void tryBoth(const QString &html, const QJsonObject &sent)
 {
 	const QString untouched = QStringLiteral("untouched");
@@ -39,6 +55,7 @@ void tryBoth(const QString &html, const QJsonObject &sent)
 		require(applyWebDocument(html, exported, same) && same == html, "an export changes nothing");
 	}
 	(void)plainText(html);
+	trySession(html, sent, exported);
 }
 
 } // namespace
