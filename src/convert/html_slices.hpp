@@ -21,6 +21,8 @@ public:
 	[[nodiscard]] qsizetype count() const { return marks_.empty() ? 0 : qsizetype(marks_.size()) - 1; }
 	/// Where a paragraph begins, with the tag that opens its list. That of `count()` is where the last one ends.
 	[[nodiscard]] qsizetype begin(qsizetype slice) const { return at(slice).begin; }
+	/// All paragraphs of the HTML that they were found in.
+	[[nodiscard]] QStringView body(QStringView html) const { return html.first(begin(count())).sliced(begin(0)); }
 	/// How many lists are opened before it.
 	[[nodiscard]] int listsBefore(qsizetype slice) const { return at(slice).lists; }
 	/// Whether every list and item before it is closed there.

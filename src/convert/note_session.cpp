@@ -5,6 +5,7 @@
 
 #include "convert/export_document.hpp"
 #include "notes/limits.hpp"
+#include "notes/note_document.hpp"
 
 #include <QSet>
 #include <QStringBuilder>
@@ -19,9 +20,11 @@ namespace {
 
 /// Paragraphs on either side that are parsed with those that change: Qt takes some of a paragraph's properties, and of
 /// what is inserted, from its neighbour, and reads the first paragraph of a document in its own way.
-constexpr qsizetype kNeighbours = 2;
+constexpr qsizetype kNeighbours = 1;
 /// A note is parsed twice at most to find out whether it settles.
 constexpr int kMaxFailures = 2;
+/// Characters of HTML, far below those that make it ruinous by themselves.
+constexpr qsizetype kSmallHtml = 8 * 1024 * 1024;
 constexpr QLatin1StringView kBlocks("blocks");
 constexpr QLatin1StringView kEditable("editable");
 
@@ -50,6 +53,37 @@ QStringView paragraphs(QStringView text, qsizetype first, qsizetype end)
 	const QStringView from = text.sliced(startOf(text, first));
 	const qsizetype next = startOf(from, end - first);
 	return next == 0 ? from : from.first(next - 1);
+}
+
+// A part of a note that was parsed, or is to be: it needs no guard of its own.
+std::unique_ptr<QTextDocument> loaded(const QString &html)
+{
+	auto scratch = NoteDocument::makeScratch();
+	scratch->setHtml(html);
+	return scratch;
+}
+
+// Whether two pieces of what Qt has written differ in their texts only. It writes no quotes outside of tags, so what
+// holds one is no text.
+bool haveSameTags(QStringView one, QStringView other)
+{
+	while (true) {
+		const qsizetype begin = one.indexOf(u'<');
+		const qsizetype otherBegin = other.indexOf(u'<');
+		const bool isLast = begin < 0 || otherBegin < 0;
+		const bool isText = !one.first(std::max<qsizetype>(begin, 0)).contains(u'"') &&
+				    !other.first(std::max<qsizetype>(otherBegin, 0)).contains(u'"');
+		if (isLast || !isText) {
+			return isLast && begin == otherBegin;
+		}
+		const qsizetype length = one.indexOf(u'>', begin) - begin;
+		if (length < 0 || one.sliced(begin, length) !=
+					  other.sliced(otherBegin).first(std::min(length, other.size() - otherBegin))) {
+			return false;
+		}
+		one = one.sliced(begin + length);
+		other = other.sliced(otherBegin + length);
+	}
 }
 
 int listsIn(const QTextDocument &document)
@@ -154,26 +188,37 @@ bool NoteSession::applyInPart(const QJsonArray &blocks, const IncomingDocument &
 	if (!part) {
 		return false;
 	}
-	const qsizetype begin = part->slices.begin(0);
-	const qsizetype end = part->slices.begin(part->slices.count());
 	const QStringView all(html_);
-	const QString result = all.first(slices_.begin(extent.first)) %
-			       QStringView(part->html).first(end).sliced(begin) %
-			       all.sliced(slices_.begin(extent.oldEnd));
-	if (!withinHtmlLimits(result)) {
+	const qsizetype begin = slices_.begin(extent.first);
+	const qsizetype end = slices_.begin(extent.oldEnd);
+	const QStringView before = all.first(end).sliced(begin);
+	const QStringView after = part->slices.body(part->html);
+	const QString result = all.first(begin) % after % all.sliced(end);
+	const bool isHarmless = result.size() <= kSmallHtml && haveSameTags(before, after);
+	if (!isHarmless && !withinHtmlLimits(result)) {
 		return false;
 	}
-	const qsizetype textBegin = startOf(text_, extent.first);
-	const qsizetype textLength = paragraphs(text_, extent.first, extent.oldEnd).size();
-	QString text = text_;
-	text.replace(textBegin, textLength, part->text);
-	remember(result, blocks);
-	canSettle_ = isSettled_ = part->isSettled;
-	text_ = text;
-	slices_ = HtmlSlices(html_);
+	rememberPart(extent, blocks, *part, result);
 	html = result;
 	++savesInPart_;
 	return true;
+}
+
+void NoteSession::rememberPart(const Extent &extent, const QJsonArray &blocks, const Part &part, const QString &html)
+{
+	const int listsBefore = slices_.listsBefore(extent.first);
+	const int lists = slices_.listsBefore(extent.oldEnd) - listsBefore;
+	const auto again = loaded(part.html);
+	const QString partText = again->toRawText();
+	const bool isStill = part.slices.listsBefore(part.slices.count()) == lists &&
+			     quillbay::isSettled(*again, part.html, part.sent, listsBefore, lists);
+	const QStringView noted = paragraphs(text_, extent.first, extent.oldEnd);
+	QString text = text_;
+	text.replace(noted.begin() - QStringView(text_).begin(), noted.size(), partText);
+	remember(html, blocks);
+	canSettle_ = isSettled_ = isStill;
+	text_ = text;
+	slices_ = HtmlSlices(html_);
 }
 
 NoteSession::Extent NoteSession::extentOf(const QJsonArray &blocks, const QString &text) const
@@ -221,9 +266,10 @@ std::optional<NoteSession::Part> NoteSession::partOf(const Extent &extent, const
 	const QJsonArray sentBlocks = elements(blocks, extent.first, extent.newEnd);
 	const QStringView noted = paragraphs(text_, extent.first, extent.oldEnd);
 	const qsizetype offset = noted.begin() - QStringView(text_).begin();
-	const auto document = parsed(before);
-	IncomingDocument sent;
-	if (!document || document->toRawText() != noted || listsIn(*document) != lists ||
+	const auto document = loaded(before);
+	Part part;
+	IncomingDocument &sent = part.sent;
+	if (document->toRawText() != noted || listsIn(*document) != lists ||
 	    sent.read({{kBlocks, sentBlocks}}) != Verdict::Good ||
 	    !differenceOf(noted, sent.text()).isSame(extent.text, offset)) {
 		return {};
@@ -233,17 +279,12 @@ std::optional<NoteSession::Part> NoteSession::partOf(const Extent &extent, const
 	if (!edit(*document, sent, listsBefore)) {
 		return {};
 	}
-	Part part;
 	part.html = document->toHtml();
 	part.slices = HtmlSlices(part.html);
 	if ((isAsNoted && part.html != before) || part.slices.count() != sentBlocks.size() ||
 	    !isNeighbourhoodKept(extent, before, part)) {
 		return {};
 	}
-	const auto again = parsed(part.html);
-	part.text = again ? again->toRawText() : QString();
-	part.isSettled = again && part.slices.listsBefore(part.slices.count()) == lists &&
-			 quillbay::isSettled(*again, part.html, sent, listsBefore, lists);
 	return part;
 }
 

@@ -49,14 +49,14 @@ private:
 	struct Part {
 		QString html; ///< a whole document
 		HtmlSlices slices;
-		QString text; ///< its raw text
-		bool isSettled = false;
+		IncomingDocument sent;
 	};
 
 	void remember(const QString &html, const QJsonArray &blocks);
 	bool settle();
 	bool applyWhole(const QJsonObject &document, QString &html, bool *limitExceeded);
 	bool applyInPart(const QJsonArray &blocks, const IncomingDocument &incoming, QString &html);
+	void rememberPart(const Extent &extent, const QJsonArray &blocks, const Part &part, const QString &html);
 	[[nodiscard]] Extent extentOf(const QJsonArray &blocks, const QString &text) const;
 	[[nodiscard]] std::optional<Part> partOf(const Extent &extent, const QJsonArray &blocks) const;
 	[[nodiscard]] bool isNeighbourhoodKept(const Extent &extent, const QString &before, const Part &part) const;

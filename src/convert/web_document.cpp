@@ -99,6 +99,7 @@ private:
 	};
 
 	bool appendBlock(const QTextBlock &block);
+	QJsonObject blockForm(const QTextBlock &block);
 	QJsonValue runOf(const QTextFragment &fragment);
 	const Form &formOf(const QTextFragment &fragment);
 	QJsonObject runForm(const QTextCharFormat &format) const;
@@ -107,7 +108,8 @@ private:
 
 	const QTextDocument &document_;
 	const bool resolved_;
-	QHash<int, Form> forms_;
+	QHash<int, Form> forms_;             // by the index of their format
+	QHash<int, QJsonObject> blockForms_; // by the index of their format, which names the list too
 	ListNumbers lists_;
 	QJsonArray blocks_;
 	int runs_ = 0;
@@ -137,21 +139,32 @@ bool Exporter::appendBlock(const QTextBlock &block)
 		}
 		runs.append(runOf(at.fragment()));
 	}
-	isEditable_ = isEditable_ && isEditable(block);
+	const int index = block.blockFormatIndex();
+	auto known = blockForms_.find(index);
+	if (known == blockForms_.end()) {
+		known = blockForms_.insert(index, blockForm(block));
+		isEditable_ = isEditable_ && isEditable(block);
+	}
+	QJsonObject form = *known;
+	form.insert(QLatin1StringView("runs"), runs);
+	blocks_.append(form);
+	return true;
+}
+
+QJsonObject Exporter::blockForm(const QTextBlock &block)
+{
 	const int align = static_cast<int>(block.blockFormat().alignment()) & kAlignments;
 	const QTextList *list = block.textList();
 	const QTextListFormat format = list ? list->format() : QTextListFormat();
-	const int style = list ? bounded(format.style(), kMinListStyle, 0) : 0;
-	blocks_.append(QJsonObject{
+	return {
 		{QStringLiteral("align"), align ? align : int(Qt::AlignLeft)},
 		{QStringLiteral("indent"), bounded(block.blockFormat().indent(), 0, kMaxIndent)},
-		{QStringLiteral("list"), style},
+		{QStringLiteral("list"), list ? bounded(format.style(), kMinListStyle, 0) : 0},
 		{QStringLiteral("listGroup"), list ? lists_.of(list) : 0},
 		{QStringLiteral("listIndent"), list ? bounded(format.indent(), 1, kMaxIndent) : 1},
 		{QStringLiteral("listStart"), list ? bounded(format.start(), 1, kMaxListStart) : 1},
-		{QStringLiteral("runs"), runs},
-	});
-	return true;
+		{QStringLiteral("runs"), QJsonArray()},
+	};
 }
 
 QJsonValue Exporter::runOf(const QTextFragment &fragment)
