@@ -13,7 +13,9 @@
 #include <QTextCursor>
 #include <QTextList>
 
+#include <map>
 #include <utility>
+#include <vector>
 
 namespace quillbay::word {
 
@@ -34,6 +36,11 @@ public:
 	DocxResult read(const QByteArray &part);
 
 private:
+	struct List {
+		QTextList *open = nullptr;
+		int items = 0;
+	};
+
 	// Whether the text so far keeps the limits of a note.
 	[[nodiscard]] bool isWithinLimits() const
 	{
@@ -45,6 +52,7 @@ private:
 	void startParagraph();
 	void readBlockFormat();
 	void joinList(int numId, int ilvl);
+	void closeListsAfter(const QTextList *list);
 	void readRunFormat();
 	void readText();
 	void insert(const QString &text);
@@ -56,7 +64,10 @@ private:
 	QHash<QString, Style> resolved_;
 	std::unique_ptr<NoteDocument> document_ = NoteDocument::makeScratch();
 	QTextCursor cursor_{document_.get()};
-	QHash<std::pair<int, int>, QTextList *> lists_;
+	// By numId and ilvl. Not a QHash: it moves its values.
+	std::map<std::pair<int, int>, List> lists_;
+	// Those that can go on, each begun after the one before.
+	std::vector<List *> openLists_;
 	// A paragraph's characters where no properties say otherwise.
 	QTextCharFormat plainChars_;
 	QTextCharFormat paragraphChars_;
@@ -162,15 +173,36 @@ void Builder::joinList(int numId, int ilvl)
 	if (numId <= 0) {
 		return;
 	}
-	QTextList *&list = lists_[{numId, ilvl}];
-	if (list) {
-		list->add(cursor_.block());
-		return;
+	for (int deeper = ilvl + 1; deeper <= kDeepestLevel; ++deeper) {
+		if (const auto below = lists_.find({numId, deeper}); below != lists_.end()) {
+			below->second.items = 0;
+		}
 	}
-	QTextListFormat format;
-	format.setStyle(numbering_.styleOf(numId, ilvl));
-	format.setIndent(ilvl + 1);
-	list = cursor_.createList(format);
+	List &own = lists_[{numId, ilvl}];
+	if (own.open) {
+		closeListsAfter(own.open);
+		own.open->add(cursor_.block());
+	} else {
+		QTextListFormat format;
+		format.setStyle(numbering_.styleOf(numId, ilvl));
+		format.setIndent(ilvl + 1);
+		if (own.items > 0) {
+			format.setStart(own.items + 1);
+		}
+		own.open = cursor_.createList(format);
+		openLists_.push_back(&own);
+	}
+	++own.items;
+}
+
+// Qt writes a list into the list before it that still goes on. So that one cannot go on once the outer one has: its
+// later items make a list of their own.
+void Builder::closeListsAfter(const QTextList *list)
+{
+	while (openLists_.back()->open != list) {
+		openLists_.back()->open = nullptr;
+		openLists_.pop_back();
+	}
 }
 
 void Builder::readRunFormat()

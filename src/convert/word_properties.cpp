@@ -22,7 +22,6 @@ constexpr double kMinSize = 1;
 constexpr double kMaxSize = 500;
 // Twice what systems take as a family's name. Every run of a note repeats its family.
 constexpr qsizetype kMaxFamilyLength = 64;
-constexpr int kDeepestLevel = 8;
 
 struct NamedColor {
 	QLatin1StringView name;

@@ -11,6 +11,9 @@ class QXmlStreamReader;
 
 namespace quillbay::word {
 
+/// The deepest of the nine list levels.
+inline constexpr int kDeepestLevel = 8;
+
 /// What a paragraph-properties element yields.
 struct Paragraph {
 	/// The alignment, if any.
