@@ -13,6 +13,7 @@
 #include <QTextCursor>
 #include <QTextList>
 
+#include <algorithm>
 #include <map>
 #include <utility>
 #include <vector>
@@ -22,6 +23,15 @@ namespace quillbay::word {
 namespace {
 
 const QString kDefaultStyle = QStringLiteral("Normal");
+
+// Qt walks a whole list for every item that it gets: a longer one goes on in a list that counts on from there.
+constexpr int kMaxListItems = 1'000;
+
+// What makes Qt begin a paragraph inside inserted text (QTextCursor::insertText).
+bool isBlockBreak(QChar c)
+{
+	return c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator || c == QChar(0xfdd0) || c == QChar(0xfdd1);
+}
 
 // Builds the note in a document of its own while the main part is read.
 class Builder {
@@ -51,7 +61,9 @@ private:
 	void readInParagraph();
 	void startParagraph();
 	void readBlockFormat();
+	void endParagraph();
 	void joinList(int numId, int ilvl);
+	void restartBelow(int numId, int ilvl);
 	void closeListsAfter(const QTextList *list);
 	void readRunFormat();
 	void readText();
@@ -72,6 +84,9 @@ private:
 	QTextCharFormat plainChars_;
 	QTextCharFormat paragraphChars_;
 	QTextCharFormat runChars_;
+	// The numbering of the paragraph; -1 when it has none.
+	int numId_ = -1;
+	int ilvl_ = 0;
 	int blockLength_ = 1;
 	bool isFirst_ = true;
 	bool isInParagraph_ = false;
@@ -88,9 +103,10 @@ DocxResult Builder::read(const QByteArray &part)
 		if (reader_.isStartElement()) {
 			readElement();
 		} else if (reader_.isEndElement() && reader_.name() == QLatin1StringView("p")) {
-			isInParagraph_ = false;
+			endParagraph();
 		}
 	}
+	endParagraph();
 	cursor_.endEditBlock();
 	const bool isAtEnd = reader_.atEnd() && !isTooLong_;
 	if (isAtEnd && reader_.hasError()) {
@@ -140,6 +156,7 @@ void Builder::readInParagraph()
 
 void Builder::startParagraph()
 {
+	endParagraph();
 	if (!std::exchange(isFirst_, false)) {
 		cursor_.insertBlock(QTextBlockFormat(), sheet_.defaults);
 		blockLength_ = 1;
@@ -160,27 +177,31 @@ void Builder::readBlockFormat()
 	paragraphChars_.merge(own.chars);
 	cursor_.setBlockFormat(block);
 	cursor_.setBlockCharFormat(paragraphChars_);
-	if (own.numId >= 0) {
-		joinList(own.numId, own.ilvl);
-	} else {
-		joinList(style.numId, style.ilvl);
-	}
+	numId_ = own.numId >= 0 ? own.numId : style.numId;
+	ilvl_ = own.numId >= 0 ? own.ilvl : style.ilvl;
 }
 
+// The list is joined once, when the properties are known for good: Qt deletes a list that its only paragraph leaves.
 // The numbering 0 takes a paragraph out of its style's list.
+void Builder::endParagraph()
+{
+	if (numId_ > 0) {
+		joinList(numId_, ilvl_);
+	}
+	numId_ = -1;
+	isInParagraph_ = false;
+}
+
 void Builder::joinList(int numId, int ilvl)
 {
-	if (numId <= 0) {
-		return;
-	}
-	for (int deeper = ilvl + 1; deeper <= kDeepestLevel; ++deeper) {
-		if (const auto below = lists_.find({numId, deeper}); below != lists_.end()) {
-			below->second.items = 0;
-		}
-	}
 	List &own = lists_[{numId, ilvl}];
 	if (own.open) {
 		closeListsAfter(own.open);
+	} else {
+		openLists_.push_back(&own);
+	}
+	restartBelow(numId, ilvl);
+	if (own.open && own.items % kMaxListItems != 0) {
 		own.open->add(cursor_.block());
 	} else {
 		QTextListFormat format;
@@ -190,9 +211,19 @@ void Builder::joinList(int numId, int ilvl)
 			format.setStart(own.items + 1);
 		}
 		own.open = cursor_.createList(format);
-		openLists_.push_back(&own);
 	}
 	++own.items;
+}
+
+// Under a new item of a list the levels below it count from one again, unless they still go on.
+void Builder::restartBelow(int numId, int ilvl)
+{
+	for (int deeper = ilvl + 1; deeper <= kDeepestLevel; ++deeper) {
+		const auto below = lists_.find({numId, deeper});
+		if (below != lists_.end() && !below->second.open) {
+			below->second.items = 0;
+		}
+	}
 }
 
 // Qt writes a list into the list before it that still goes on. So that one cannot go on once the outer one has: its
@@ -217,7 +248,7 @@ void Builder::readRunFormat()
 	}
 }
 
-// The text of the element, of elements inside it too.
+// The text of the element, of elements inside it too. Line ends in it are white space: paragraphs are elements.
 void Builder::readText()
 {
 	QString content;
@@ -234,6 +265,7 @@ void Builder::readText()
 	isTooLong_ = content.size() > kMaxCharacterCount - document_->characterCount() ||
 		     content.size() > kMaxBlockLength - blockLength_;
 	if (!isTooLong_) {
+		std::ranges::replace_if(content, isBlockBreak, QChar(u' '));
 		insert(content);
 	}
 }
@@ -241,7 +273,7 @@ void Builder::readText()
 void Builder::insert(const QString &content)
 {
 	cursor_.insertText(content, runChars_);
-	blockLength_ = cursor_.block().length();
+	blockLength_ += static_cast<int>(content.size());
 }
 
 // Cached: most paragraphs of a document share a few styles.

@@ -279,6 +279,8 @@ void WordTest::limits_data()
 		<< "<w:p><w:r><w:t>" + QByteArray(kMaxParagraphLength, 'x') + "</w:t><w:br/></w:r></w:p>" << false;
 	QTest::newRow("paragraphs") << QByteArray("<w:p/>").repeated(kMaxParagraphs) << true;
 	QTest::newRow("a paragraph more") << QByteArray("<w:p/>").repeated(kMaxParagraphs + 1) << false;
+	const QByteArray item = paragraph("x", "<w:numPr><w:numId w:val='1'/></w:numPr>");
+	QTest::newRow("items of one list") << item.repeated(kMaxParagraphs) << true;
 	QTest::newRow("far too many") << QByteArray("<w:p/>").repeated(3'000'000) << false;
 }
 
@@ -289,6 +291,7 @@ void WordTest::limits()
 	const DocxResult result = import({{"word/document.xml", body(content)}});
 	QCOMPARE(result.error, isWithin ? QString() : text("TextLimit"));
 	QCOMPARE(!result.html.isEmpty(), isWithin);
+	QVERIFY(!isWithin || withinHtmlLimits(result.html));
 }
 
 void WordTest::brokenParts_data()
