@@ -7,12 +7,15 @@
 #include "plugin/text.hpp"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QSaveFile>
 #include <QUuid>
+
+#include <algorithm>
 
 namespace quillbay {
 
@@ -141,6 +144,28 @@ bool decodeNote(const QByteArray &bytes, NoteFile &file, QString &error)
 		return false;
 	}
 	file = {sceneId.toString(), sceneName.toString(), html.toString()};
+	return true;
+}
+
+bool readNoteFile(const QString &path, QByteArray &bytes, QString &error)
+{
+	// A pipe or a device would keep its reader waiting for as long as it pleases.
+	const QFileInfo info(path);
+	QFile file(path);
+	if (info.isSymLink() || !info.isFile() || !file.open(QIODevice::ReadOnly)) {
+		error = text("FileReadFailed") + path;
+		return false;
+	}
+	if (file.size() > kMaxNoteBytes) {
+		error = text("BackupTooLarge");
+		return false;
+	}
+	// One byte more than there should be tells a file that grows under our eyes from one that fits.
+	bytes = file.read(std::min(file.size(), kMaxNoteBytes) + 1);
+	if (file.error() != QFileDevice::NoError) {
+		error = text("FileReadFailed") + path;
+		return false;
+	}
 	return true;
 }
 
