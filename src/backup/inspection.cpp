@@ -24,6 +24,18 @@ constexpr qint64 kArchiveBytes = 16 * 1024 * 1024;
 constexpr ZipLimits kLimits{kMaxBackupBytes + kArchiveBytes, kMaxBackupNotes, 8 * 1024 * 1024,
 			    kMaxNoteBytes + kPackingBytes, kMaxNoteBytes};
 
+// Copies last for one command: that thousands of them survive a power cut is not worth the wait.
+bool saveCopy(const QString &path, const QByteArray &bytes, QString &error)
+{
+	QFile file(path);
+	const bool isSaved =
+		file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(bytes) == bytes.size();
+	if (!isSaved) {
+		error = file.errorString();
+	}
+	return isSaved;
+}
+
 /// Collects the notes of one backup in a folder.
 class Inspection {
 public:
@@ -49,7 +61,7 @@ public:
 			return false;
 		}
 		const QString path = folder_.filePath(QString::number(notes_.size()) + QStringLiteral(".json"));
-		if (!saveNoteFile(path, bytes, error)) {
+		if (!saveCopy(path, bytes, error)) {
 			return false;
 		}
 		seen_.insert(note.sceneId);
@@ -104,6 +116,10 @@ bool inspectArchive(const QString &path, Inspection &inspection, QString &error)
 
 QList<BackupNote> inspectBackup(const QString &path, const QString &folder, QString &error)
 {
+	if (!QDir().mkpath(folder)) {
+		error = text("NoteSaveFailed");
+		return {};
+	}
 	Inspection inspection(folder);
 	const bool isValid =
 		isSingleNote(path) ? inspectNote(path, inspection, error) : inspectArchive(path, inspection, error);

@@ -16,6 +16,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <utility>
 
 namespace quillbay {
 
@@ -73,6 +74,79 @@ void appendKey(QByteArray &json, QLatin1StringView key)
 	json += "\":";
 }
 
+// What every note file begins with.
+QByteArray noteHead()
+{
+	QByteArray json;
+	appendKey(json, kFormatKey);
+	appendString(json, kFormat);
+	appendKey(json, kVersionKey);
+	return json += QByteArray::number(kVersion);
+}
+
+bool take(QByteArrayView &json, QByteArrayView expected)
+{
+	if (!json.startsWith(expected)) {
+		return false;
+	}
+	json = json.sliced(expected.size());
+	return true;
+}
+
+// Reads back what appendString writes, but for the rare escapes.
+bool takeString(QByteArrayView &json, QString &value)
+{
+	if (!take(json, "\"")) {
+		return false;
+	}
+	QByteArray utf8;
+	utf8.reserve(json.size());
+	const char *run = json.cbegin();
+	for (const char *at = run; at != json.cend(); ++at) {
+		const auto byte = static_cast<unsigned char>(*at);
+		if (byte >= 0x20 && byte != '"' && byte != '\\') {
+			continue;
+		}
+		utf8.append(run, at - run);
+		if (byte == '"') {
+			value = QString::fromUtf8(utf8);
+			json = json.sliced(at + 1 - json.cbegin());
+			return true;
+		}
+		if (byte < 0x20 || ++at == json.cend() || (*at != '"' && *at != '\\' && *at != 'n')) {
+			return false;
+		}
+		utf8 += *at == 'n' ? '\n' : *at;
+		run = at + 1;
+	}
+	return false;
+}
+
+// Reads what encodeNote writes several times faster than a parser of all JSON: notes are read when a scene goes on
+// air, and by the thousand for backups. False says nothing about the bytes but that they are for that parser.
+bool scanNote(QByteArrayView json, NoteFile &file)
+{
+	const auto takeMember = [&json](QLatin1StringView key, QString &value) {
+		return take(json, ",\"") && take(json, {key.data(), key.size()}) && take(json, "\":") &&
+		       takeString(json, value);
+	};
+	return QUtf8StringView(json).isValidUtf8() && take(json, noteHead()) && takeMember(kSceneIdKey, file.sceneId) &&
+	       takeMember(kSceneNameKey, file.sceneName) && takeMember(kHtmlKey, file.html) && json == "}";
+}
+
+bool parseNote(const QByteArray &json, NoteFile &file)
+{
+	const QJsonDocument document = QJsonDocument::fromJson(json);
+	const QJsonObject object = document.object();
+	const QJsonValue sceneId = object[kSceneIdKey];
+	const QJsonValue sceneName = object[kSceneNameKey];
+	const QJsonValue html = object[kHtmlKey];
+	file = {sceneId.toString(), sceneName.toString(), html.toString()};
+	return document.isObject() && object[kFormatKey] == QJsonValue(kFormat) &&
+	       object[kVersionKey] == QJsonValue(kVersion) && sceneId.isString() && sceneName.isString() &&
+	       html.isString();
+}
+
 // QUuid reads past what follows a UUID; a scene's id has nothing there.
 bool isSceneId(const QString &id)
 {
@@ -112,14 +186,11 @@ QString noteName(const QString &name)
 
 QByteArray encodeNote(const NoteFile &file)
 {
-	QByteArray json;
+	QByteArray json = noteHead();
 	const auto appendMember = [&json](QLatin1StringView key, const QString &value) {
 		appendKey(json, key);
 		appendString(json, value);
 	};
-	appendMember(kFormatKey, kFormat);
-	appendKey(json, kVersionKey);
-	json += QByteArray::number(kVersion);
 	appendMember(kSceneIdKey, file.sceneId);
 	appendMember(kSceneNameKey, file.sceneName);
 	appendMember(kHtmlKey, file.html);
@@ -132,18 +203,12 @@ bool decodeNote(const QByteArray &bytes, NoteFile &file, QString &error)
 		error = text("BackupTooLarge");
 		return false;
 	}
-	const QJsonDocument document = QJsonDocument::fromJson(bytes);
-	const QJsonObject object = document.object();
-	const QJsonValue sceneId = object[kSceneIdKey];
-	const QJsonValue sceneName = object[kSceneNameKey];
-	const QJsonValue html = object[kHtmlKey];
-	if (!document.isObject() || object[kFormatKey] != QJsonValue(kFormat) ||
-	    object[kVersionKey] != QJsonValue(kVersion) || !isSceneId(sceneId.toString()) || !sceneName.isString() ||
-	    !html.isString()) {
+	NoteFile found;
+	if ((!scanNote(bytes, found) && !parseNote(bytes, found)) || !isSceneId(found.sceneId)) {
 		error = text("BackupInvalid");
 		return false;
 	}
-	file = {sceneId.toString(), sceneName.toString(), html.toString()};
+	file = std::move(found);
 	return true;
 }
 
