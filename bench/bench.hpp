@@ -100,27 +100,27 @@ inline double median(std::vector<double> values)
 
 /// Both run in turns, so that the machine's other work meets both; each returns its milliseconds. Prints the medians
 /// and the median of the turns' ratios, which must not be over the budget.
-template <typename Ours, typename Qts>
-bool compare(const char *name, const char *caseName, double budget, int rounds, const Ours &ours, const Qts &qts,
+template <typename Ours, typename Peers>
+bool compare(const char *name, const char *caseName, double budget, int rounds, const Ours &ours, const Peers &peers,
 	     const char *peer = "Qt")
 {
 	std::vector<double> ourTimes;
-	std::vector<double> qtTimes;
+	std::vector<double> peerTimes;
 	std::vector<double> ratios;
 	ours();
-	qts();
+	peers();
 	for (int i = 0; i < rounds; ++i) {
 		const bool isOursFirst = i % 2 == 0;
-		const double first = isOursFirst ? ours() : qts();
-		const double second = isOursFirst ? qts() : ours();
+		const double first = isOursFirst ? ours() : peers();
+		const double second = isOursFirst ? peers() : ours();
 		ourTimes.push_back(isOursFirst ? first : second);
-		qtTimes.push_back(isOursFirst ? second : first);
-		ratios.push_back(ourTimes.back() / qtTimes.back());
+		peerTimes.push_back(isOursFirst ? second : first);
+		ratios.push_back(ourTimes.back() / peerTimes.back());
 	}
 	const double ratio = median(ratios);
 	const bool isWithin = ratio <= budget;
 	std::printf("%-10s %s  ours %8.3f ms, %s %8.3f ms, ratio %.2f, budget %.2f%s\n", name, caseName,
-		    median(ourTimes), peer, median(qtTimes), ratio, budget, isWithin ? "" : "  OVER");
+		    median(ourTimes), peer, median(peerTimes), ratio, budget, isWithin ? "" : "  OVER");
 	std::fflush(stdout);
 	return isWithin;
 }

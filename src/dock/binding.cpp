@@ -385,7 +385,7 @@ void Dock::setRemoteEditing(bool isEditing)
 
 void Dock::updateReadOnly()
 {
-	editor->setReadOnly(locked || remoteEditing || unavailable);
+	editor->setReadOnly(locked || remoteEditing || unavailable || restoring);
 }
 
 void Dock::updateReadAction()

@@ -39,6 +39,7 @@ class Editor;
 class FocusRing;
 class ReadingBand;
 class Remote;
+struct BackupNote;
 enum class Icon : std::int32_t;
 
 /// The notes dock: shows the note of the scene that the host shows, saves every edit half a second after the
@@ -117,6 +118,14 @@ public:
 
 	/// Carries out what a hotkey, a button or a remote device asks for.
 	void command(Command command);
+
+	// Backup and restore (backup.cpp)
+
+	/// Saves all notes, or the bound scene's, to a file that the user chooses.
+	Q_INVOKABLE void backup(bool all);
+	/// Reads a backup that the user chooses and, once they have agreed, gives its notes to the scenes they belong
+	/// to.
+	Q_INVOKABLE void restoreBackup();
 
 	// Preferences (dock.cpp)
 
@@ -225,6 +234,17 @@ private:
 	void hideGoTo();
 	void markGoTo(bool isInvalid, const QString &tooltip);
 	void acceptGoTo();
+
+	// Backup and restore (backup.cpp)
+	struct Restore;
+	[[nodiscard]] QStringList boundNoteFile(QString &stem);
+	[[nodiscard]] QString chooseDestination(bool all, const QString &stem);
+	[[nodiscard]] bool canRestore();
+	[[nodiscard]] std::vector<Restore> matchBackup(const QList<BackupNote> &notes, obs_source_t *onlyScene) const;
+	int prepareRestores(std::vector<Restore> &restores) const;
+	[[nodiscard]] bool confirmRestore(std::vector<Restore> &restores);
+	void restoreNotes(std::vector<Restore> &restores, qsizetype noteCount);
+	void endRestore();
 
 	// Scenes and their notes (binding.cpp)
 	void continueSameScene(obs_source_t *scene);

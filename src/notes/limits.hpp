@@ -22,6 +22,10 @@ inline constexpr int kMaxParagraphLength = 10'000;
 inline constexpr int kMaxBlockLength = kMaxParagraphLength + 1;
 /// Bytes of an encoded note file, or of one entry of an archive: 64 MiB.
 inline constexpr qint64 kMaxNoteBytes = 67'108'864;
+/// Notes in one backup.
+inline constexpr int kMaxBackupNotes = 10'000;
+/// Bytes of all note files in one backup: 512 MiB.
+inline constexpr qint64 kMaxBackupBytes = 536'870'912;
 
 /// Whether a finished document keeps every text limit above. Never lays the document out.
 bool withinTextLimits(const QTextDocument &document);

@@ -14,7 +14,7 @@ namespace quillbay {
 /// The rich text of a note. It loads nothing but the pictures that its own HTML carries as `data:` URLs: whatever
 /// else the HTML names (local files, network shares, web addresses, style sheets) is kept in the text, shown as
 /// an empty frame and never opened. Use it wherever HTML from a note, the clipboard or a phone is parsed.
-/// GUI thread only.
+/// GUI thread only, but for scratch documents.
 class NoteDocument : public QTextDocument {
 	Q_OBJECT
 
@@ -22,6 +22,7 @@ public:
 	explicit NoteDocument(QObject *parent = nullptr);
 
 	/// A document to parse into and read from: it is never laid out, keeps no undo steps and decodes no picture.
+	/// Any thread, and only the one that made it.
 	static std::unique_ptr<NoteDocument> makeScratch();
 
 	/// The picture of a `data:` URL, decoded once; null for every other name, for data that is no PNG, JPEG, GIF,

@@ -36,6 +36,9 @@ QByteArray encodeNote(const NoteFile &file);
 /// `error` holds a localized text.
 bool decodeNote(const QByteArray &bytes, NoteFile &file, QString &error);
 
+/// The bytes of the note file at `path`, not decoded. On failure `error` holds a localized text.
+bool readNoteFile(const QString &path, QByteArray &bytes, QString &error);
+
 /// Replaces the file at `path` in one step, creating its folder where missing, and gives it the
 /// modification time `modified` when that is valid. On failure the previous file stays as it was and
 /// `error` holds a localized text or the file system's own description.

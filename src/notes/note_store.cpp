@@ -3,14 +3,12 @@
 
 #include "notes/note_store.hpp"
 
-#include "notes/limits.hpp"
 #include "plugin/text.hpp"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -82,24 +80,8 @@ bool isMissing(const QString &path)
 
 bool loadNoteFile(const QString &path, NoteFile &note, QString &error)
 {
-	// A pipe or a device would block the host's window for as long as it pleases.
-	const QFileInfo info(path);
-	QFile file(path);
-	if (info.isSymLink() || !info.isFile() || !file.open(QIODevice::ReadOnly)) {
-		error = text("FileReadFailed") + path;
-		return false;
-	}
-	if (file.size() > kMaxNoteBytes) {
-		error = text("BackupTooLarge");
-		return false;
-	}
-	// One byte more than there should be tells a file that grows under our eyes from one that fits.
-	const QByteArray bytes = file.read(std::min(file.size(), kMaxNoteBytes) + 1);
-	if (file.error() != QFileDevice::NoError) {
-		error = text("FileReadFailed") + path;
-		return false;
-	}
-	return decodeNote(bytes, note, error);
+	QByteArray bytes;
+	return readNoteFile(path, bytes, error) && decodeNote(bytes, note, error);
 }
 
 bool holdsNoteOf(const QString &path, const QString &sceneId)

@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#include "dock/message.hpp"
+
+#include <QPointer>
+
+namespace quillbay {
+
+int showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &message,
+		QMessageBox::StandardButtons buttons)
+{
+	// On the heap: a host that ends deletes the parent's children, whoever waits for them.
+	const QPointer<QMessageBox> box = new QMessageBox(icon, title, message, buttons, parent);
+	box->setTextFormat(Qt::PlainText);
+	const int answer = box->exec();
+	delete box;
+	return answer;
+}
+
+} // namespace quillbay
