@@ -5,6 +5,7 @@
 // asked whether the dock still lives.
 
 #include "dock/dock.hpp"
+#include "dock/file_dialog.hpp"
 #include "dock/message.hpp"
 
 #include "backup/backup.hpp"
@@ -15,10 +16,8 @@
 
 #include <QDateTime>
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QPointer>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -41,43 +40,6 @@ QStringList allNoteFiles(const QString &folder)
 		files.append(info.filePath());
 	}
 	return files;
-}
-
-QFileDialog *makeFileDialog(QWidget *parent, const char *titleKey, const QString &filter)
-{
-	auto *dialog = new QFileDialog(parent, text(titleKey), QString(), filter);
-	// Qt starts where the last file was chosen, at first in the host's own folder: nobody looks there.
-	if (dialog->directory() == QDir::current()) {
-		const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-		dialog->setDirectory(QFileInfo::exists(documents) ? documents : QDir::homePath());
-	}
-	return dialog;
-}
-
-// The file chosen, or empty. Deletes the dialog.
-QString runFileDialog(const QPointer<QFileDialog> &dialog)
-{
-	const bool isChosen = dialog->exec() == QDialog::Accepted && dialog;
-	const QString path = isChosen ? dialog->selectedFiles().value(0) : QString();
-	delete dialog;
-	return path;
-}
-
-QString chooseSaveFile(QWidget *parent, const char *titleKey, const QString &filter, const QString &proposed)
-{
-	QFileDialog *dialog = makeFileDialog(parent, titleKey, filter);
-	dialog->setAcceptMode(QFileDialog::AcceptSave);
-	dialog->setFileMode(QFileDialog::AnyFile);
-	dialog->setDefaultSuffix(QFileInfo(proposed).suffix());
-	dialog->selectFile(proposed);
-	return runFileDialog(dialog);
-}
-
-QString chooseBackup(QWidget *parent)
-{
-	QFileDialog *dialog = makeFileDialog(parent, "RestoreBackup", QStringLiteral("QuillBay (*.json *.zip)"));
-	dialog->setFileMode(QFileDialog::ExistingFile);
-	return runFileDialog(dialog);
 }
 
 bool isPresentScene(obs_source_t *source)
@@ -151,8 +113,9 @@ QString Dock::chooseDestination(bool all, const QString &stem)
 	const QString now = QDateTime::currentDateTime().toString(QStringLiteral("_yyyyMMdd_HHmmss"));
 	const QPointer<Dock> self(this);
 	const auto choose = [&](const QString &proposed) {
-		return chooseSaveFile(this, all ? "BackupAll" : "BackupCurrent",
-				      all ? QStringLiteral("ZIP (*.zip)") : QStringLiteral("JSON (*.json)"), proposed);
+		return chooseSaveFile(this, text(all ? "BackupAll" : "BackupCurrent"),
+				      all ? QStringLiteral("ZIP (*.zip)") : QStringLiteral("JSON (*.json)"), proposed)
+			.path;
 	};
 	QString path = choose(stem + now + extension);
 	while (self && !path.isEmpty() && !path.endsWith(extension, Qt::CaseInsensitive)) {
@@ -184,7 +147,7 @@ void Dock::restoreBackup()
 		return;
 	}
 	const QPointer<Dock> self(this);
-	const QString path = chooseBackup(this);
+	const QString path = chooseFile(this, text("RestoreBackup"), QStringLiteral("QuillBay (*.json *.zip)"));
 	if (!self || shutDown || path.isEmpty()) {
 		return;
 	}

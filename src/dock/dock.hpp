@@ -119,6 +119,15 @@ public:
 	/// Carries out what a hotkey, a button or a remote device asks for.
 	void command(Command command);
 
+	// Files (files.cpp)
+
+	/// Puts a text, HTML or Word file that the user chooses in the place of the open note.
+	void importFile();
+	/// Writes the open note to a text or HTML file that the user names.
+	void exportDocument();
+	/// Reduces the open note to the formatting that browsers can edit, once the user has agreed.
+	void convertToBasic();
+
 	// Backup and restore (backup.cpp)
 
 	/// Saves all notes, or the bound scene's, to a file that the user chooses.
@@ -234,6 +243,15 @@ private:
 	void hideGoTo();
 	void markGoTo(bool isInvalid, const QString &tooltip);
 	void acceptGoTo();
+
+	// Files (files.cpp)
+	[[nodiscard]] QString readTextFile(const QString &path, QString *error) const;
+	bool replaceHtml(const QString &html, const char *titleKey, const char *promptKey, bool report);
+	[[nodiscard]] bool confirm(const char *titleKey, const char *promptKey);
+	[[nodiscard]] bool replaceDocument(const QString &html);
+	void importWord(const QString &path);
+	void importText(const QString &path);
+	[[nodiscard]] QString exportedNote(const OBSWeakSource &exported, bool asText, QString &error) const;
 
 	// Backup and restore (backup.cpp)
 	struct Restore;

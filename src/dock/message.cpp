@@ -8,11 +8,12 @@
 namespace quillbay {
 
 int showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &message,
-		QMessageBox::StandardButtons buttons)
+		QMessageBox::StandardButtons buttons, QMessageBox::StandardButton defaultButton)
 {
 	// On the heap: a host that ends deletes the parent's children, whoever waits for them.
 	const QPointer<QMessageBox> box = new QMessageBox(icon, title, message, buttons, parent);
 	box->setTextFormat(Qt::PlainText);
+	box->setDefaultButton(defaultButton);
 	const int answer = box->exec();
 	delete box;
 	return answer;

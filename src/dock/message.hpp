@@ -10,6 +10,7 @@ namespace quillbay {
 /// Shows a message box over `parent`, with the text as it stands, and waits for the answer. The host may end
 /// meanwhile: `parent` may be gone afterwards. User-interface thread only.
 int showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &message,
-		QMessageBox::StandardButtons buttons = QMessageBox::Ok);
+		QMessageBox::StandardButtons buttons = QMessageBox::Ok,
+		QMessageBox::StandardButton defaultButton = QMessageBox::NoButton);
 
 } // namespace quillbay

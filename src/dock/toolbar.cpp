@@ -80,6 +80,9 @@ void setUpButtons(const QToolBar *bar)
 void Dock::createToolbar()
 {
 	formatToolbar = makeToolbar(topControls, "formatToolbar");
+	addToolAction(formatToolbar, "Import", "importDocument", Icon::ImportDocument, [this] { importFile(); });
+	addToolAction(formatToolbar, "Export", "exportDocument", Icon::ExportDocument, [this] { exportDocument(); });
+	formatToolbar->addSeparator();
 	addFontActions();
 	formatToolbar->addSeparator();
 	addStyleActions();

@@ -31,8 +31,9 @@ public:
 	void insertCheckedText(const QString &text);
 	/// Removes the selection, to the clipboard with `cut`, if the editor is editable and the limits allow it.
 	void deleteSelection(bool cut);
-	/// Undoes the last change, and reports it as refused, when the note could not be opened again after it.
-	void takeBackUnlessHarmless();
+	/// Undoes the last change, and reports it as refused, when the note could not be opened again after it. False
+	/// when it has.
+	bool takeBackUnlessHarmless();
 	/// Replaces the whole document; undo starts anew.
 	void loadHtml(const QString &html);
 	/// Shows the selection in the colours of a search match.

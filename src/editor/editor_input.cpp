@@ -282,13 +282,15 @@ void Editor::insertCheckedHtml(const QMimeData &source)
 }
 
 // Several pastes, or a list of thousands, may add up to what no file may hold: saved, it could not be opened again.
-void Editor::takeBackUnlessHarmless()
+bool Editor::takeBackUnlessHarmless()
 {
-	if (!isHarmlessHtml(toHtml())) {
-		document()->undo();
-		document()->clearUndoRedoStacks(QTextDocument::RedoStack);
-		refuse();
+	if (isHarmlessHtml(toHtml())) {
+		return true;
 	}
+	document()->undo();
+	document()->clearUndoRedoStacks(QTextDocument::RedoStack);
+	refuse();
+	return false;
 }
 
 // A copied picture stays a name: Qt's OpenDocument form of the selection would open the file that it names.
