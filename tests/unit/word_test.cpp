@@ -131,6 +131,8 @@ private Q_SLOTS:
 	void brokenParts_data();
 	void brokenParts();
 	void packages();
+	void filesOfOtherPrograms_data();
+	void filesOfOtherPrograms();
 
 private:
 	DocxResult import(const QList<Entry> &entries)
@@ -388,6 +390,39 @@ void WordTest::packages()
 		QVERIFY(big.open(QIODevice::WriteOnly) && big.resize(100 * 1024 * 1024 + 1));
 		QCOMPARE(importDocx(folder_.filePath(name)).error, text("WordSizeError"));
 	}
+}
+
+void WordTest::filesOfOtherPrograms_data()
+{
+	QTest::addColumn<QString>("usual");
+	QTest::addColumn<QString>("expected");
+	QTest::newRow("libreoffice")
+		<< "{12 DejaVu Sans}"
+		<< "Grand{b 18 DejaVu Sans}|center Child of grand{i 12 DejaVu Sans}|<-4 1 1>level 1|<-5 2 1>level "
+		   "2|<-7 3 1>level 3|<-6 4 1>level 4|<-8 5 1>level 5|<-4 6 1>level 6|<-5 7 1>level 7|<-7 8 1>level "
+		   "8|<-4 9 1>level 9|<-5 2 2>level 2|<-5 2 3>level 2|<-4 1 2>level 1|<-5 2 1>level 2|<-7 3 1>level "
+		   "3|<-4 1 3>level 1|Foot after. Comment end.|Deleted and inserted.|Page 1 link{u 12 #000080 DejaVu "
+		   "Sans} tab\tx/next 文字 latin{12 #336699 SimSun}|שלום עולם|A1|B1|inner||The end";
+	QTest::newRow("pandoc")
+		<< "{12}"
+		<< "center A title{b 18 #345a8a}|Heading one{b 16 #4f81bd}|Text with a footnote, emph{i 12}, strong{b "
+		   "12}, strike{s 12}, H2{12 sub}O, x2{12 super}, code{11 Consolas}, link{12 #4f81bd}.|<-4 1 1>a|<-5 2 "
+		   "1>b|<-7 3 1>c|<-4 4 1>d|<-5 5 1>e|<-4 1 2>f|<-4 1 3>restart at five|<-4 1 4>six|<-1 1 1>x|<-1 2 "
+		   "1>y|<-1 3 1>z|quote|A|B|1|2||pic{i 12}|Line one/line two|Text inserted and  end. commented|Math "
+		   "x2+y here.|def{b 11 #007020 Consolas} f():{11 Consolas}/    {11 Consolas}return{b 11 #007020 "
+		   "Consolas} {11 Consolas}1{11 #40a070 Consolas}|Term{b 12}|Definition";
+}
+
+// Styles with parents, nine list levels with restarts, tables, a picture, tracked changes, notes, comments, fields,
+// links, scripts from right to left and of East Asia, theme colors.
+void WordTest::filesOfOtherPrograms()
+{
+	const QString path = QStringLiteral(QUILLBAY_SOURCE_DIR "/tests/unit/data/%1.docx");
+	const DocxResult result = importDocx(path.arg(QString::fromUtf8(QTest::currentDataTag())));
+	QCOMPARE(result.error, QString());
+	QVERIFY(result.simplified);
+	QFETCH(const QString, usual);
+	QTEST(describe(result.html).remove(usual), "expected");
 }
 
 } // namespace quillbay::test
