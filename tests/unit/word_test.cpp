@@ -55,24 +55,29 @@ void writePackage(const QString &path, const QList<Entry> &entries, bool isEncry
 
 QByteArray part(const QByteArray &root, const QByteArray &content)
 {
-	return R"(<?xml version="1.0" encoding="UTF-8"?><w:)" + root +
-	       R"( xmlns:w="http://schemas.openxmlformats.org/wordprocessingml/2006/main">)" + content + "</w:" + root +
-	       ">";
+	return "<?xml version='1.0' encoding='UTF-8'?><" + root + ">" + content + "</" + root + ">";
 }
 
 QByteArray body(const QByteArray &content)
 {
-	return part("document", "<w:body>" + content + "</w:body>");
+	return part("document", "<body>" + content + "</body>");
 }
 
 QByteArray paragraph(const QByteArray &words, const QByteArray &properties = {})
 {
-	return "<w:p><w:pPr>" + properties + "</w:pPr><w:r><w:t xml:space='preserve'>" + words + "</w:t></w:r></w:p>";
+	return "<p><pPr>" + properties + "</pPr><r><t xml:space='preserve'>" + words + "</t></r></p>";
 }
 
-QByteArray run(const QByteArray &properties)
+// A paragraph of runs of "x" with the properties between the bars.
+QByteArray runs(const QByteArray &properties, const QByteArray &style = {})
 {
-	return "<w:r><w:rPr>" + properties + "</w:rPr><w:t>x</w:t></w:r>";
+	return "<p><pPr><pStyle val='" + style + "'/></pPr><r><rPr>" +
+	       QByteArray(properties).replace("|", "</rPr><t>x</t></r><r><rPr>") + "</rPr><t>x</t></r></p>";
+}
+
+QByteArray item(const char *words, const char *numId, const char *level)
+{
+	return paragraph(words, QByteArray("<numPr><ilvl val='") + level + "'/><numId val='" + numId + "'/></numPr>");
 }
 
 // Each paragraph with its alignment and list, each run with its formatting.
@@ -131,6 +136,8 @@ private Q_SLOTS:
 	void brokenParts_data();
 	void brokenParts();
 	void packages();
+	void filesOfOtherPrograms_data();
+	void filesOfOtherPrograms();
 
 private:
 	DocxResult import(const QList<Entry> &entries)
@@ -154,102 +161,85 @@ void WordTest::formatting_data()
 			    const QByteArray &styles = {}, const QByteArray &numbering = {}, bool simplified = false) {
 		QTest::newRow(name) << content << styles << numbering << expected << simplified;
 	};
-	row("text",
-	    "<w:t>no</w:t><w:p><w:r><w:t>a</w:t><w:tab/><w:t>&lt;b</w:t><w:br/><w:t>c</w:t><w:cr/></w:r></w:p><w:p/>",
-	    "a\t<b/c/|");
+	row("text", "<t>no</t><p><r><t>a</t><tab/><t>&lt;b</t><br/><t>c</t><cr/></r></p><p/>", "a\t<b/c/|");
 	row("switches",
-	    "<w:p>" + run("<w:b/>") + run("<w:b w:val='0'/><w:i w:val='on'/>") + run("<w:u w:val='none'/>") +
-		    run("<w:u w:val='double'/><w:strike/>") + run("<w:i w:val='off'/>") + "</w:p>",
+	    runs("<b/>|<b val='0'/><i val='on'/>|<u val='none'/>|<u val='double'/><strike/>|<i val='off'/>"),
 	    "x{b}x{i}xx{u s}x");
 	row("sizes",
-	    "<w:p>" + run("<w:sz w:val='2'/>") + run("<w:sz w:val='1000'/>") + run("<w:sz w:val='1001'/>") +
-		    run("<w:sz w:val='1'/>") + run("<w:sz w:val='nan'/>") + run("<w:sz w:val='25'/>") + "</w:p>",
+	    runs("<sz val='2'/>|<sz val='1000'/>|<sz val='1001'/>|<sz val='1'/>|<sz val='nan'/>|<sz val='25'/>"),
 	    "x{1}x{500}xxxx{12.5}");
 	row("families",
-	    "<w:p>" + run("<w:rFonts w:ascii='A' w:hAnsi='B' w:eastAsia='C'/>") +
-		    run("<w:rFonts w:hAnsi='B' w:ascii='A'/>") + run("<w:rFonts w:hAnsi='B'/>") +
-		    run("<w:rFonts w:asciiTheme='minor'/>") + run("<w:rFonts w:ascii='" + QByteArray(65, 'F') + "'/>") +
-		    "</w:p>",
+	    runs("<rFonts ascii='A' hAnsi='B' eastAsia='C'/>|<rFonts hAnsi='B' ascii='A'/>|<rFonts hAnsi='B'/>|<rFonts "
+		 "asciiTheme='minor'/>|<rFonts ascii='" +
+		 QByteArray(65, 'F') + "'/>"),
 	    "x{C}x{A}x{B}xx");
 	row("colors",
-	    "<w:p>" + run("<w:color w:val='FF0000'/>") + run("<w:color w:val='auto'/>") +
-		    run("<w:highlight w:val='darkYellow'/>") + run("<w:highlight w:val='yellow'/>") +
-		    run("<w:highlight w:val='none'/>") + run("<w:shd w:fill='00ff00'/>") +
-		    run("<w:shd w:fill='auto'/>") + "</w:p>",
+	    runs("<color val='FF0000'/>|<color val='auto'/>|<highlight val='darkYellow'/>|<highlight "
+		 "val='yellow'/>|<highlight val='none'/>|<shd fill='00ff00'/>|<shd fill='auto'/>"),
 	    "x{#ff0000}xx{on #808000}x{on #ffff00}xx{on #00ff00}x");
-	row("vertical",
-	    "<w:p>" + run("<w:vertAlign w:val='superscript'/>") + run("<w:vertAlign w:val='subscript'/>") +
-		    run("<w:vertAlign w:val='baseline'/>") + "</w:p>",
+	row("vertical", runs("<vertAlign val='superscript'/>|<vertAlign val='subscript'/>|<vertAlign val='baseline'/>"),
 	    "x{super}x{sub}x");
 	row("alignment",
-	    paragraph("a", "<w:jc w:val='center'/>") + paragraph("b", "<w:jc w:val='end'/>") +
-		    paragraph("c", "<w:jc w:val='both'/>") + paragraph("d", "<w:jc w:val='left'/>"),
+	    paragraph("a", "<jc val='center'/>") + paragraph("b", "<jc val='end'/>") +
+		    paragraph("c", "<jc val='both'/>") + paragraph("d", "<jc val='left'/>"),
 	    "center a|right b|justify c|d");
 	row("tracked changes",
-	    "<w:p><w:del><w:r><w:t>no</w:t></w:r></w:del><w:ins><w:r><w:t>in</w:t></w:r></w:ins><w:moveFrom>"
-	    "<w:r><w:t>no</w:t></w:r></w:moveFrom><w:moveTo><w:r><w:t>to</w:t></w:r></w:moveTo></w:p>" +
-		    paragraph("x",
-			      "<w:rPr><w:ins/></w:rPr><w:pPrChange><w:pPr><w:jc w:val='right'/></w:pPr></w:pPrChange>"),
+	    "<p><del><r><t>no</t></r></del><ins><r><t>in</t></r></ins><moveFrom><r><t>no</t></r></"
+	    "moveFrom><moveTo><r><t>to</t></r></moveTo></p>" +
+		    paragraph("x", "<rPr><ins/></rPr><pPrChange><pPr><jc val='right'/></pPr></pPrChange>"),
 	    "into|x");
-	row("picture", "<w:p><w:r><w:t>a</w:t><w:drawing><w:p><w:t>no</w:t></w:p></w:drawing><w:t>b</w:t></w:r></w:p>",
-	    "ab", {}, {}, true);
+	row("picture", "<p><r><t>a</t><drawing><p><t>no</t></p></drawing><t>b</t></r></p>", "ab", {}, {}, true);
 	row("table",
-	    paragraph("a") + "<w:tbl><w:tr><w:tc>" + paragraph("b") + "</w:tc><w:tc>" + paragraph("c") +
-		    "</w:tc></w:tr></w:tbl>",
+	    paragraph("a") + "<tbl><tr><tc>" + paragraph("b") + "</tc><tc>" + paragraph("c") + "</tc></tr></tbl>",
 	    "a|b|c", {}, {}, true);
-	row("fields and links",
-	    "<w:p><w:r><w:instrText>PAGE</w:instrText></w:r><w:hyperlink><w:r><w:t>link</w:t></w:r></w:hyperlink></"
-	    "w:p>",
+	row("fields and links", "<p><r><instrText>PAGE</instrText></r><hyperlink><r><t>link</t></r></hyperlink></p>",
 	    "link");
 	row("any prefix",
 	    "<v:p xmlns:v='u'><r xmlns='n'><rPr><b val='false' v:val='1'/><i v:val='1'/></rPr><v:t>x</v:t></r></v:p>",
 	    "x{i}");
 	row("default and paragraph styles",
-	    "<w:p>" + run("") + "</w:p>" + paragraph("h", "<w:pStyle w:val='H'/>") +
-		    paragraph("own", "<w:pStyle w:val='H'/><w:jc w:val='right'/><w:rPr><w:b w:val='false'/></w:rPr>") +
-		    "<w:p><w:pPr><w:pStyle w:val='H'/></w:pPr>" + run("<w:rStyle w:val='R'/><w:i w:val='0'/>") +
-		    "</w:p>" + paragraph("?", "<w:pStyle w:val='none'/>"),
-	    "x{u 10}|center h{b i 10}|right own{i 10}|center x{b 10 #0000ff}|?{10}",
-	    "<w:docDefaults><w:rPrDefault><w:rPr><w:sz w:val='20'/></w:rPr></w:rPrDefault></w:docDefaults>"
-	    "<w:style w:styleId='Normal'><w:rPr><w:u/></w:rPr></w:style>"
-	    "<w:style w:styleId='H'><w:basedOn w:val='P'/><w:rPr><w:i/></w:rPr></w:style><w:style "
-	    "w:styleId='H'><w:basedOn "
-	    "w:val='P'/><w:pPr><w:rPr><w:i w:val='0'/><w:b/></w:rPr></w:pPr><w:rPr><w:b/><w:i/></w:rPr></w:style>"
-	    "<w:style w:styleId='P'><w:rPr><w:b w:val='0'/></w:rPr><w:pPr><w:jc w:val='center'/></w:pPr></w:style>"
-	    "<w:style w:styleId='R'><w:rPr><w:color w:val='0000FF'/></w:rPr></w:style>");
-	row("character properties before those of the paragraph", paragraph("x", "<w:pStyle w:val='S'/>"), "x{b i}",
-	    "<w:style w:styleId='S'><w:rPr><w:b/></w:rPr><w:pPr><w:rPr><w:b "
-	    "w:val='0'/><w:i/></w:rPr></w:pPr></w:style>");
+	    "<p><r><t>x</t></r></p>" + paragraph("h", "<pStyle val='H'/>") +
+		    paragraph("own", "<pStyle val='H'/><jc val='right'/><rPr><b val='false'/></rPr>") +
+		    runs("<rStyle val='R'/><i val='0'/>", "H") + runs("", "none"),
+	    "x{u 10}|center h{b i 10}|right own{i 10}|center x{b 10 #0000ff}|x{10}",
+	    R"(<docDefaults><rPrDefault><rPr><sz val='20'/></rPr></rPrDefault></docDefaults>
+	       <style styleId='Normal'><rPr><u/></rPr></style>
+	       <style styleId='H'><basedOn val='P'/><rPr><strike/></rPr></style>
+	       <style styleId='H'><basedOn val='P'/><pPr><rPr><i val='0'/><b/></rPr></pPr><rPr><b/><i/></rPr></style>
+	       <style styleId='P'><rPr><b val='0'/></rPr><pPr><jc val='center'/></pPr></style>
+	       <style styleId='R'><rPr><color val='0000FF'/></rPr></style>)");
+	row("character properties before those of the paragraph", paragraph("x", "<pStyle val='S'/>"), "x{b i}",
+	    "<style styleId='S'><rPr><b/></rPr><pPr><rPr><b val='0'/><i/></rPr></pPr></style>");
 	QByteArray chain;
 	for (int i = 1; i <= 20; ++i) {
 		const QByteArray number = QByteArray::number(i);
-		chain += "<w:style w:styleId='" + number + "'><w:basedOn w:val='" + QByteArray::number(i + 1) +
-			 "'/><w:rPr>" +
-			 (i == 18   ? "<w:i/>"
-			  : i == 17 ? "<w:b/>"
-				    : "") +
-			 "</w:rPr></w:style>";
+		chain += "<style styleId='" + number + "'><basedOn val='" + QByteArray::number(i + 1) + "'/><rPr>" +
+			 QByteArray(i == 18 ? "<i/>" : "") + (i == 17 ? "<b/>" : "") + "</rPr></style>";
 	}
-	row("chain of styles", paragraph("x", "<w:pStyle w:val='1'/>"), "x{b}", chain);
-	row("ring of styles", paragraph("x", "<w:pStyle w:val='A'/>"), "x{b i}",
-	    "<w:style w:styleId='A'><w:basedOn w:val='B'/><w:rPr><w:b/></w:rPr></w:style>"
-	    "<w:style w:styleId='B'><w:basedOn w:val='A'/><w:rPr><w:i/></w:rPr></w:style>");
-	row("faults in the styles", paragraph("x", "<w:pStyle w:val='A'/>"), "x{b}",
-	    "<w:style w:styleId='A'><w:rPr><w:b/></w:rPr></w:style></oops>");
-	const auto item = [](const char *words, const char *numId, const char *level) {
-		return paragraph(words, QByteArray("<w:numPr><w:ilvl w:val='") + level + "'/><w:numId w:val='" + numId +
-						"'/></w:numPr>");
-	};
+	row("chain of styles", paragraph("x", "<pStyle val='1'/>"), "x{b}", chain);
+	row("ring of styles", paragraph("x", "<pStyle val='A'/>"), "x{b i}",
+	    "<style styleId='A'><basedOn val='B'/><rPr><b/></rPr></style><style styleId='B'><basedOn "
+	    "val='A'/><rPr><i/></rPr></style>");
+	row("faults in the styles", paragraph("x", "<pStyle val='A'/>"), "x{b}",
+	    "<style styleId='A'><rPr><b/></rPr></style></oops>");
+	row("nested lists",
+	    item("a", "1", "0") + item("b", "1", "1") + item("c", "1", "0") + item("d", "1", "1") + item("e", "1", "0"),
+	    "<-4 1 1>a|<-4 2 1>b|<-4 1 2>c|<-4 2 1>d|<-4 1 3>e");
+	row("lists in turns", item("a", "1", "0") + item("b", "2", "0") + item("c", "1", "0") + item("d", "2", "0"),
+	    "<-4 1 1>a|<-4 1 1>b|<-4 1 2>c|<-4 1 2>d");
+	row("list left, and line ends in the text",
+	    "<p><pPr><numPr><numId val='1'/></numPr></pPr><r><t>a\nb&#13;&#x2029;c</t></r><pPr/></p>" +
+		    item("d", "1", "0"),
+	    "a b  c|<-4 1 1>d");
 	row("lists",
 	    item("a", "7", "0") + item("b", "7", "1") + paragraph("-") + item("c", "7", "0") + item("d", "8", "99") +
-		    item("e", "0", "0") + item("f", "x", "0") + paragraph("g", "<w:pStyle w:val='L'/>") +
-		    paragraph("h", "<w:pStyle w:val='L'/><w:numPr><w:numId w:val='0'/></w:numPr>"),
+		    item("e", "0", "0") + item("f", "x", "0") + paragraph("g", "<pStyle val='L'/>") +
+		    paragraph("h", "<pStyle val='L'/><numPr><numId val='0'/></numPr>"),
 	    "<-4 1 1>a|<-1 2 1>b|-|<-4 1 2>c|<-4 9 1>d|e|f|<-1 2 1>g|h",
-	    "<w:style w:styleId='L'><w:pPr><w:numPr><w:numId w:val='7'/><w:ilvl "
-	    "w:val='1'/></w:numPr></w:pPr></w:style>",
-	    "<w:abstractNum w:abstractNumId='3'><w:lvl w:ilvl='0'><w:numFmt w:val='decimal'/></w:lvl><w:lvl "
-	    "w:ilvl='1'><w:numFmt "
-	    "w:val='bullet'/></w:lvl></w:abstractNum><w:num w:numId='7'><w:abstractNumId w:val='3'/></w:num><oops>");
+	    "<style styleId='L'><pPr><numPr><numId val='7'/><ilvl val='1'/></numPr></pPr></style>",
+	    "<abstractNum abstractNumId='3'><lvl ilvl='0'><numFmt val='decimal'/></lvl><lvl ilvl='1'><numFmt "
+	    "val='bullet'/>"
+	    "</lvl></abstractNum><num numId='7'><abstractNumId val='3'/></num><oops>");
 }
 
 void WordTest::formatting()
@@ -276,12 +266,12 @@ void WordTest::limits_data()
 		<< full.repeated(19) + paragraph(QByteArray(kMaxParagraphLength - 18, 'x')) << false;
 	QTest::newRow("paragraph") << full << true;
 	QTest::newRow("paragraph with a break more")
-		<< "<w:p><w:r><w:t>" + QByteArray(kMaxParagraphLength, 'x') + "</w:t><w:br/></w:r></w:p>" << false;
-	QTest::newRow("paragraphs") << QByteArray("<w:p/>").repeated(kMaxParagraphs) << true;
-	QTest::newRow("a paragraph more") << QByteArray("<w:p/>").repeated(kMaxParagraphs + 1) << false;
-	const QByteArray item = paragraph("x", "<w:numPr><w:numId w:val='1'/></w:numPr>");
+		<< "<p><r><t>" + QByteArray(kMaxParagraphLength, 'x') + "</t><br/></r></p>" << false;
+	QTest::newRow("paragraphs") << QByteArray("<p/>").repeated(kMaxParagraphs) << true;
+	QTest::newRow("a paragraph more") << QByteArray("<p/>").repeated(kMaxParagraphs + 1) << false;
+	const QByteArray item = paragraph("x", "<numPr><numId val='1'/></numPr>");
 	QTest::newRow("items of one list") << item.repeated(kMaxParagraphs) << true;
-	QTest::newRow("far too many") << QByteArray("<w:p/>").repeated(3'000'000) << false;
+	QTest::newRow("far too many") << QByteArray("<p/>").repeated(3'000'000) << false;
 }
 
 void WordTest::limits()
@@ -309,7 +299,7 @@ void WordTest::brokenParts_data()
 	row("empty", "", "WordBodyError");
 	row("not XML", "hello");
 	row("cut off", sound.chopped(3));
-	row("wrong nesting", body("<w:p></w:r></w:p>"));
+	row("wrong nesting", body("<p></r></p>"));
 	row("unknown prefix", body("<x:p/>"));
 	row("wrong encoding", body(paragraph("\xff")));
 	row("document type", "<!DOCTYPE w>" + sound);
@@ -317,16 +307,15 @@ void WordTest::brokenParts_data()
 	    "<?xml version='1.0'?><!-- --><!DOCTYPE w [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;'>]>" +
 		    body(paragraph("&b;")));
 	row("unknown entity", body(paragraph("&b;")));
-	row("nested", body(QByteArray("<w:a>").repeated(kPartBytes / 6)));
-	row("attributes", body("<w:p" + many + "/>"));
-	row("namespaces", body("<w:p" + many.left(kPartBytes / 2).replace(" a", " xmlns:a") + ">" +
-			       QByteArray("<w:r/>").repeated(900'000) + "</w:p>"));
+	row("nested", body(QByteArray("<a>").repeated(kPartBytes / 6)));
+	row("attributes", body("<p" + many + "/>"));
+	row("namespaces", body("<p" + many.left(kPartBytes / 2).replace(" a", " xmlns:a") + ">" +
+			       QByteArray("<r/>").repeated(900'000) + "</p>"));
 	row("comment and marks",
-	    body("<!-- <!DOCTYPE> --><?x <?>" + paragraph("<![CDATA[<!DOCTYPE <a><a>]]>", "<w:a x='>' y=\"/>\"/>")),
-	    "");
+	    body("<!-- <!DOCTYPE> --><?x <?>" + paragraph("<![CDATA[<!DOCTYPE <a><a>]]>", "<a x='>' y=\"/>\"/>")), "");
 	row("nested a little",
-	    body(QByteArray("<w:a>").repeated(900) + paragraph("x") + QByteArray("</w:a>").repeated(900)), "");
-	const QString wide = QString::fromUtf8(sound).replace(QStringLiteral("UTF-8"), QStringLiteral("UTF-16"));
+	    body(QByteArray("<a>").repeated(900) + paragraph("x") + QByteArray("</a>").repeated(900)), "");
+	const QString wide = QString::fromUtf8(sound).replace("UTF-8", "UTF-16");
 	row("UTF-16",
 	    QByteArray("\xff\xfe") + QByteArray(reinterpret_cast<const char *>(wide.utf16()), wide.size() * 2), "");
 	row("byte-order mark", "\xef\xbb\xbf" + sound, "");
@@ -356,38 +345,52 @@ void WordTest::brokenParts()
 void WordTest::packages()
 {
 	const QByteArray sound = body(paragraph("x"));
+	const QByteArray name = "word/document.xml";
+	const QString broken = text("WordBodyError");
 	const auto errorOf = [this](const QList<Entry> &entries) { return import(entries).error; };
-	QCOMPARE(errorOf({{"word/styles.xml", part("styles", {})}}), text("WordBodyError"));
-	QCOMPARE(
-		errorOf({{"../word/document.xml", sound}, {"/word/document.xml", sound}, {"Word/document.xml", sound}}),
-		text("WordBodyError"));
-	QCOMPARE(errorOf({{"word/document.xml", sound}, {"word/numbering.xml", QByteArray(kPartBytes, ' ')}}),
-		 QString());
-	QCOMPARE(errorOf({{"word/document.xml", sound}, {"word/numbering.xml", QByteArray(kPartBytes + 1, ' ')}}),
-		 text("WordBodyError"));
-	QCOMPARE(errorOf({{"word/media/\xe5\x9b\xbe.png", QByteArray(2 * kPartBytes, 'x')},
-			  {"word/document.xml", sound}}),
-		 QString());
-	QCOMPARE(describe(import({{"word/document.xml", body(paragraph("old"))}, {"word/document.xml", sound}}).html),
-		 QStringLiteral("x"));
-	QCOMPARE(errorOf(QList<Entry>(1000, {"word/document.xml", sound})), text("WordBodyError"));
+	QCOMPARE(errorOf({{"word/styles.xml", part("styles", {})}}), broken);
+	QCOMPARE(errorOf({{"../" + name, sound}, {"/" + name, sound}, {"Word/document.xml", sound}}), broken);
+	QCOMPARE(errorOf({{name, sound}, {"word/numbering.xml", QByteArray(kPartBytes, ' ')}}), QString());
+	QCOMPARE(errorOf({{name, sound}, {"word/numbering.xml", QByteArray(kPartBytes + 1, ' ')}}), broken);
+	QCOMPARE(errorOf({{"word/\xe5\x9b\xbe.png", QByteArray(2 * kPartBytes, 'x')}, {name, sound}}), QString());
+	QCOMPARE(describe(import({{name, body(paragraph("old"))}, {name, sound}}).html), QStringLiteral("x"));
+	QCOMPARE(errorOf(QList<Entry>(1000, {name, sound})), broken);
 
 	const QString path = folder_.filePath(QStringLiteral("b.docx"));
-	writePackage(path, {{"word/document.xml", sound}}, true);
-	QCOMPARE(importDocx(path).error, text("WordBodyError"));
-	writePackage(path, {{"word/document.xml", sound}, {"word/styles.xml", part("styles", {})}});
+	writePackage(path, {{name, sound}}, true);
+	QCOMPARE(importDocx(path).error, broken);
+	writePackage(path, {{name, sound}, {"word/styles.xml", part("styles", {})}});
 	const QByteArray whole = readFile(path);
 	for (qsizetype size = 0; size < whole.size(); size += 7) {
 		writeFile(path, whole.first(size));
-		QCOMPARE(importDocx(path).error, text("WordBodyError"));
+		QCOMPARE(importDocx(path).error, broken);
 	}
-	for (const QString &name : {QStringLiteral("nothing.docx"), QStringLiteral("."), QStringLiteral("pipe.docx"),
-				    QStringLiteral("big.docx")}) {
-		mkfifo(QFile::encodeName(folder_.filePath(QStringLiteral("pipe.docx"))).constData(), 0600);
-		QFile big(folder_.filePath(QStringLiteral("big.docx")));
-		QVERIFY(big.open(QIODevice::WriteOnly) && big.resize(100 * 1024 * 1024 + 1));
-		QCOMPARE(importDocx(folder_.filePath(name)).error, text("WordSizeError"));
+	QCOMPARE(mkfifo(QFile::encodeName(folder_.filePath("pipe")).constData(), 0600), 0);
+	QFile big(folder_.filePath("big"));
+	QVERIFY(big.open(QIODevice::WriteOnly) && big.resize(100 * 1024 * 1024 + 1));
+	for (const char *other : {"nothing", ".", "pipe", "big"}) {
+		QCOMPARE(importDocx(folder_.filePath(QLatin1StringView(other))).error, text("WordSizeError"));
 	}
+}
+
+void WordTest::filesOfOtherPrograms_data()
+{
+	QTest::addColumn<QString>("usual");
+	QTest::newRow("libreoffice") << "{12 DejaVu Sans}";
+	QTest::newRow("pandoc") << "{12}";
+}
+
+// Styles with parents, nine list levels with restarts, tables, a picture, tracked changes, notes, comments, fields,
+// links, scripts from right to left and of East Asia.
+void WordTest::filesOfOtherPrograms()
+{
+	QFETCH(const QString, usual);
+	const QString path = QStringLiteral(QUILLBAY_SOURCE_DIR "/tests/unit/data/") + QTest::currentDataTag();
+	const DocxResult result = importDocx(path + ".docx");
+	QCOMPARE(result.error, QString());
+	QVERIFY(result.simplified);
+	const QString expected = QString::fromUtf8(readFile(path + ".txt")).trimmed().replace(u'\n', u'|');
+	QCOMPARE(describe(result.html).remove(usual), expected);
 }
 
 } // namespace quillbay::test
