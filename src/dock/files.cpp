@@ -52,8 +52,7 @@ bool isTextChoice(const SaveChoice &choice)
 QString replaceFile(const QString &path, const QByteArray &bytes)
 {
 	QSaveFile file(path);
-	const bool isWritten =
-		file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+	const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
 	return isWritten ? QString() : file.errorString();
 }
 

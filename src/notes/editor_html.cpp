@@ -9,8 +9,10 @@ namespace quillbay {
 
 bool isBlockBreak(QChar c)
 {
-	return c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator || c.unicode() == 0xfdd0 ||
-	       c.unicode() == 0xfdd1;
+	// Hardly any character is, and every one of a note is asked.
+	const bool isOrdinary = c.unicode() >= 0x20 && c.unicode() < 0x2029;
+	return !isOrdinary && (c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator || c.unicode() == 0xfdd0 ||
+			       c.unicode() == 0xfdd1);
 }
 
 bool isEditorTag(QStringView tag, const Name &name)

@@ -742,12 +742,14 @@ void Reader::addText(QStringView text)
 	for (qsizetype i = 0; i < text.size() && shape_.isBounded; ++i) {
 		const QChar c = text[i];
 		if (isLetter(c)) {
-			const auto end = std::find_if_not(text.begin() + i, text.end(), isLetter);
-			const qsizetype count = end - text.begin() - i;
+			const auto isPlain = [](QChar plain) { return isLetter(plain) || plain == u' '; };
+			const auto end = std::find_if_not(text.begin() + i, text.end(), isPlain);
+			const QStringView run = text.sliced(i, end - text.begin() - i);
 			content();
-			addCharacters(count);
-			addSureCharacters(count - std::clamp<qsizetype>(sureFrom - i, 0, count));
-			i += count - 1;
+			addCharacters(run.size());
+			addSureCharacters(std::ranges::count_if(
+				run.sliced(std::clamp<qsizetype>(sureFrom - i, 0, run.size())), isLetter));
+			i += run.size() - 1;
 		} else if (c == u'&') {
 			content();
 			sureFrom = i + kLongestEntity;
