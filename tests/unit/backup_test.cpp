@@ -10,6 +10,7 @@
 
 #include <QAbstractButton>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QProcess>
 
@@ -20,6 +21,17 @@ namespace quillbay::test {
 namespace {
 
 const QString kInvalid = QStringLiteral("BackupInvalid");
+
+// The key of an error's text.
+QString keyOf(const QString &error)
+{
+	for (const char *key : {"BackupInvalid", "BackupTooLarge", "BackupEmpty", "TextLimit", "FileReadFailed"}) {
+		if (error.startsWith(text(key))) {
+			return QLatin1StringView(key) + error.sliced(text(key).size());
+		}
+	}
+	return error;
+}
 
 QString idOf(int number)
 {
@@ -124,7 +136,7 @@ private:
 			found.append(QString::number(note.sceneId.right(12).toInt()));
 		}
 		return error.isEmpty() == found.isEmpty() ? QStringLiteral("neither or both")
-							  : error + found.join(u' ');
+							  : keyOf(error) + found.join(u' ');
 	}
 
 	std::unique_ptr<QTemporaryDir> folder;
@@ -132,7 +144,7 @@ private:
 
 void BackupTest::archivesAreLaidOutAsTheyShould()
 {
-	const QByteArray large = noteOf(2, QStringLiteral("words and more words ").repeated(20'000));
+	const QByteArray large = noteOf(2, QStringLiteral("words and more ").repeated(600));
 	const QStringList files{add(QStringLiteral("Ünï.json"), noteOf(1)), add(QStringLiteral("b.JSON"), large)};
 	const QString zip = path(QStringLiteral("out.zip"));
 	QString error;
@@ -233,7 +245,7 @@ void BackupTest::realTools_data()
 	QTest::newRow("deflated") << QStringList{};
 	QTest::newRow("stored") << QStringList{QStringLiteral("-0")};
 	QTest::newRow("data descriptors") << QStringList{QStringLiteral("-fd")};
-	QTest::newRow("folders and times") << QStringList{QStringLiteral("-9r")};
+	QTest::newRow("folders and times") << QStringList{QStringLiteral("-r")};
 }
 
 void BackupTest::realTools()
@@ -296,7 +308,7 @@ void BackupTest::refusedBackups()
 	const qsizetype count = QDir(folder->path()).count();
 	QString found;
 	QVERIFY(!backupNotes(path(name), files, found));
-	QCOMPARE(found, error.isEmpty() ? found : error.replace(u'*', files.value(1)));
+	QCOMPARE(keyOf(found), error.isEmpty() ? found : error.replace(u'*', files.value(1)));
 	QVERIFY(!found.isEmpty());
 	QCOMPARE(readFile(path(name)), QByteArray("old"));
 	QCOMPARE(qsizetype(QDir(folder->path()).count()), count);
@@ -313,7 +325,7 @@ QStringList drive(const QString &file, const std::function<void()> &command,
 	QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
 		QWidget *modal = QApplication::activeModalWidget();
 		if (auto *chooser = qobject_cast<QFileDialog *>(modal)) {
-			chooser->selectFile(file);
+			chooser->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(file);
 			QMetaObject::invokeMethod(chooser, "accept");
 		} else if (auto *box = qobject_cast<QMessageBox *>(modal)) {
 			messages.append(box->text());
