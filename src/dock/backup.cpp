@@ -151,7 +151,7 @@ void Dock::restoreBackup()
 	if (!self || shutDown || path.isEmpty()) {
 		return;
 	}
-	const QTemporaryDir folder;
+	QTemporaryDir folder;
 	if (!folder.isValid()) {
 		showStatus(text("RestoreFailed"));
 		return;
@@ -159,17 +159,21 @@ void Dock::restoreBackup()
 	QList<BackupNote> notes;
 	QString error;
 	fileJob(this, text("CheckingBackup"), [&] { notes = inspectBackup(path, folder.path(), error); });
-	if (!self || shutDown) {
-		return;
-	}
-	if (!error.isEmpty()) {
+	if (self && !shutDown && !error.isEmpty()) {
 		warn(this, "RestoreFailed", error);
-		return;
+	} else if (self && canRestore()) {
+		offerRestore(notes, isSingleNote(path) ? scene.Get() : nullptr);
 	}
-	if (!canRestore()) {
-		return;
+	// Here, as it may be thousands of files: the folder's own end would hold up the host.
+	if (self) {
+		fileJob(this, text("CheckingBackup"), [&folder] { folder.remove(); });
 	}
-	std::vector<Restore> restores = matchBackup(notes, isSingleNote(path) ? scene.Get() : nullptr);
+}
+
+void Dock::offerRestore(const QList<BackupNote> &notes, obs_source_t *onlyScene)
+{
+	const QPointer<Dock> self(this);
+	std::vector<Restore> restores = matchBackup(notes, onlyScene);
 	if (restores.empty()) {
 		showMessage(this, QMessageBox::Information, text("RestoreBackup"), text("RestoreNoMatch"));
 	} else if (confirmRestore(restores) && self && canRestore()) {

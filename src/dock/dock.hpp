@@ -258,6 +258,7 @@ private:
 	[[nodiscard]] QStringList boundNoteFile(QString &stem);
 	[[nodiscard]] QString chooseDestination(bool all, const QString &stem);
 	[[nodiscard]] bool canRestore();
+	void offerRestore(const QList<BackupNote> &notes, obs_source_t *onlyScene);
 	[[nodiscard]] std::vector<Restore> matchBackup(const QList<BackupNote> &notes, obs_source_t *onlyScene) const;
 	int prepareRestores(std::vector<Restore> &restores) const;
 	[[nodiscard]] bool confirmRestore(std::vector<Restore> &restores);

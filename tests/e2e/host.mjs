@@ -258,8 +258,9 @@ export class Host {
 		await this.ask('set', { object, property, value });
 	}
 
-	async invoke(object, method) {
-		await this.ask('invoke', { object, method });
+	/** Calls a method, with `flag` if it takes one, on the next turn of the host's event loop. */
+	async invoke(object, method, flag) {
+		await this.ask('invoke', { object, method, flag });
 	}
 
 	async key(key, object = 'noteEditor') {

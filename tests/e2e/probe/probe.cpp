@@ -181,12 +181,17 @@ QJsonValue setProperty(const QJsonObject &request)
 	return {};
 }
 
-// Queued, not called: it may open a dialog, which must not hold up the answer.
+// Queued, not called: it may open a dialog, which must not hold up the answer. "flag" is the method's argument.
 QJsonValue invoke(const QJsonObject &request)
 {
 	QObject *object = find(request["object"].toString());
-	if (!QMetaObject::invokeMethod(object, request["method"].toString().toUtf8().constData(),
-				       Qt::QueuedConnection)) {
+	const QByteArray method = request["method"].toString().toUtf8();
+	const QJsonValue flag = request["flag"];
+	const bool isQueued = flag.isBool()
+				      ? QMetaObject::invokeMethod(object, method.constData(), Qt::QueuedConnection,
+								  Q_ARG(bool, flag.toBool()))
+				      : QMetaObject::invokeMethod(object, method.constData(), Qt::QueuedConnection);
+	if (!isQueued) {
 		fail("no such method");
 	}
 	return {};
