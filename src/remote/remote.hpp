@@ -82,6 +82,15 @@ public:
 	bool hideQr();
 
 private:
+	// Keys of the settings file
+	static constexpr const char *kEnabledKey = "remote/enabled";
+	static constexpr const char *kAddressKey = "remote/address";
+	static constexpr const char *kPortKey = "remote/port";
+	static constexpr const char *kAccessKey = "remote/access";
+	static constexpr std::uint16_t kDefaultPort = 8800;
+	/// A session ends when it has been silent for longer, in milliseconds.
+	static constexpr std::int64_t kSessionMs = 60'000;
+
 	/// One open browser tab.
 	struct Session {
 		QString name;
@@ -92,17 +101,62 @@ private:
 	};
 	struct Transfer;
 
-	// Vendor requests (protocol.cpp): `request` runs on obs-websocket's threads.
-	static void request(obs_data_t *request, obs_data_t *response, void *priv);
-	[[nodiscard]] QJsonObject handle(const QJsonObject &payload);
-	[[nodiscard]] QJsonObject state() const;
-	[[nodiscard]] QJsonObject document(const QString &sceneId) const;
-	[[nodiscard]] QJsonObject replaceDocument(const QJsonObject &payload, const QString &html, bool simplified);
-	void expire();
+	// Life (remote.cpp)
+
+	/// A new access token of 22 characters: 128 random bits in base64url (RFC 4648) without padding.
+	[[nodiscard]] static QString capability();
+	/// A new random UUID of 36 characters.
+	[[nodiscard]] static QString identifier();
+	/// Milliseconds since the epoch. They run on evenly when the machine's clock is set.
+	[[nodiscard]] static std::int64_t now();
+	void unregister();
+	void publishSoon();
 	void publish();
 	void resetCollection();
+	void expire();
+
+	// Vendor requests (protocol.cpp)
+
+	/// Serves one request of obs-websocket: on any thread, and `priv` is the service.
+	static void request(obs_data_t *request, obs_data_t *response, void *priv);
+	[[nodiscard]] static QJsonObject error(const char *code);
+	[[nodiscard]] QJsonObject serve(const QByteArray &payload);
+	[[nodiscard]] QJsonObject handle(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject state() const;
+
+	// Actions (actions.cpp)
+
+	/// The scene with this id; null when there is none.
+	[[nodiscard]] static OBSSourceAutoRelease sceneSource(const QString &id);
+	[[nodiscard]] QJsonObject open(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject keepAlive(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject getState(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject document(const QString &sceneId) const;
+	[[nodiscard]] QJsonObject getDocument(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject exportNote(const QJsonObject &payload, const char *key,
+					     QString (*convert)(const QString &html));
+	[[nodiscard]] QJsonObject exportHtml(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject exportText(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject acquireEdit(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject releaseEdit(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject editNote(const QJsonObject &payload, obs_source_t *scene, QString &stored,
+					   QString &html);
+	[[nodiscard]] QJsonObject saveDocument(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject checkImport(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject replaceEdited(const QJsonObject &payload);
+	[[nodiscard]] QJsonObject replaceDocument(const QJsonObject &payload, const QString &html, bool simplified);
+	[[nodiscard]] QJsonObject scroll(const QJsonObject &payload);
+	[[nodiscard]] const char *writeError(const QJsonObject &payload) const;
+	[[nodiscard]] bool holdsLease(const QJsonObject &payload) const;
+	void extendLease();
+
+	// Settings (settings.cpp)
+	[[nodiscard]] QString applySettings(bool isEnabled, const QString &address, int port, bool isNewToken);
 
 	// HTTP (http.cpp)
+
+	/// Makes the web client's files available; once per process.
+	static void initResources();
 	void acceptConnections();
 	[[nodiscard]] QJsonObject config() const;
 	[[nodiscard]] std::uint16_t websocketPort() const;
