@@ -293,6 +293,7 @@ void Dock::sceneRenamed(obs_source_t *scene)
 	if (shutDown || restoring) {
 		return;
 	}
+	remote->stateChanged();
 	if (keyOf(scene) == sceneKey) {
 		bindScene(scene);
 		return;

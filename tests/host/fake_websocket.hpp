@@ -3,8 +3,9 @@
 
 #pragma once
 
+#include "host/test_host.hpp"
+
 #include <QJsonObject>
-#include <QString>
 
 #include <vector>
 
