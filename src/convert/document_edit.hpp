@@ -19,6 +19,13 @@ struct Difference {
 	qsizetype newEnd = 0;
 
 	[[nodiscard]] bool isEmpty() const { return start == oldEnd && start == newEnd; }
+	/// Whether it is the same stretch of a longer text in which this one begins at `offset`.
+	[[nodiscard]] bool isSame(const Difference &whole, qsizetype offset) const
+	{
+		return (isEmpty() && whole.isEmpty()) ||
+		       (start + offset == whole.start && oldEnd + offset == whole.oldEnd &&
+			newEnd + offset == whole.newEnd);
+	}
 };
 
 /// `noted` is a document's raw text, `sent` has line feeds between its paragraphs. Never splits a surrogate pair of
