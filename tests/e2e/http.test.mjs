@@ -57,8 +57,8 @@ async function ask(payload) {
 async function openUpload() {
 	const { session, activeScene: scene, epoch } = await ask({ action: 'Open', name: 'Phone' });
 	const { revision = 0 } = await ask({ action: 'GetDocument', session, scene });
-	const lease = await ask({ action: 'AcquireEdit', session, scene, epoch, revision, replace: true });
-	assert.ok(lease.ok, lease.code);
+	const lease = { action: 'AcquireEdit', session, scene, epoch, revision, replace: true };
+	await waitFor('the lease is free', async () => (await ask(lease)).ok, 20_000);
 	return {
 		'Content-Type': wordType,
 		'X-QuillBay-Access': access,
@@ -104,6 +104,7 @@ const bad = {
 	'heads and bodies of a byte a second': async () => {
 		const headers = Object.entries({ ...(await openUpload()), 'Content-Length': 9 });
 		const lines = headers.map(([name, value]) => `${name}: ${value}\r\n`).join('');
+		await sleep(1000); // Those before are all gone.
 		const sockets = Array.from({ length: 15 }, () => connect('GET /'));
 		sockets.push(connect(`POST /import.docx HTTP/1.1\r\n${lines}\r\n`));
 		for (let second = 0; second < 5; second++) {
@@ -144,7 +145,6 @@ for (const [name, work] of Object.entries(bad)) {
 			stallsMs.push(await studio.longestStall(work));
 		} while (stallsMs.length < 3 && Math.min(...stallsMs) >= longestStallMs);
 		assert.ok(Math.min(...stallsMs) < longestStallMs, `the window stood still for ${stallsMs} ms`);
-		console.log(`${name}: ${stallsMs} ms`);
 		const answers = async () => (await fetch(`http://127.0.0.1:${port}/`).catch(() => ({}))).status === 200;
 		await waitFor('the page is served again', answers);
 	});
