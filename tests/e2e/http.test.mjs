@@ -96,6 +96,9 @@ test('a browser learns where the host listens and sends a Word document', async 
 	// The answer arrives although the body is never read.
 	assert.deepEqual(await upload(headers, Buffer.alloc(5_242_880)), { ok: false, code: 'conflict' });
 	assert.deepEqual(await upload(headers, Buffer.alloc(5_242_881)), { ok: false, code: 'size' });
+	const sender = connect('POST / HTTP/1.1\r\n\r\n').resume();
+	sender.write(Buffer.alloc(5_000_000));
+	assert.deepEqual(await once(sender, 'close'), [false], 'nobody is cut off while sending');
 	await ask({ action: 'ReleaseEdit', session: headers['X-QuillBay-Session'] });
 	assert.deepEqual(uploadFolders(), []);
 });
