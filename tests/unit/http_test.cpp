@@ -300,17 +300,16 @@ void HttpTest::limitsConnections()
 	QElapsedTimer clock;
 	clock.start();
 	QCOMPARE(ask(get("/")), QByteArray());
-	while (clock.elapsed() < 2500) {
-		for (const auto &client : clients) {
-			QVERIFY(client->isOpen());
-			client->socket.write("E");
-		}
-		QTest::qWait(100);
+	// Time runs from the start: later bytes do not help.
+	QTest::qWait(2000);
+	for (const auto &client : clients) {
+		QVERIFY(client->isOpen());
+		client->socket.write("E");
 	}
 	for (const auto &client : clients) {
 		QCOMPARE(client->response(), QByteArray());
 	}
-	QVERIFY(clock.elapsed() < 5000);
+	QVERIFY(clock.elapsed() < 4500);
 	for (int i = 0; i < 50; ++i) {
 		QVERIFY(ask(get("/")).startsWith("HTTP/1.1 200 OK"));
 	}
