@@ -5,6 +5,7 @@
 
 #include "dock/dock.hpp"
 
+#include "convert/patch_document.hpp"
 #include "editor/editor.hpp"
 #include "notes/limits.hpp"
 #include "plugin/text.hpp"
@@ -388,17 +389,17 @@ bool Dock::applyRemoteHtml(obs_source_t *scene, const QString &html)
 	if (restoring) {
 		return false;
 	}
+	const bool isBound = scene && keyOf(scene) == sceneKey;
+	// What the editor shows, unless it holds an edit.
+	const QString before = isBound && !dirty && !unavailable ? noteStore.read(scene) : QString();
 	QString error;
 	if (!noteStore.write(scene, {html}, &error)) {
 		showSaveError(error);
 		showStatus(error);
 		return false;
 	}
-	if (scene && keyOf(scene) == sceneKey) {
-		const QSignalBlocker blocker(editor);
-		const int position = editor->verticalScrollBar()->value();
-		editor->loadHtml(html);
-		scrollTo(position);
+	if (isBound) {
+		showRemoteHtml(before, html);
 		dirty = false;
 		saveError->hide();
 		unavailable = false;
@@ -411,6 +412,21 @@ bool Dock::applyRemoteHtml(obs_source_t *scene, const QString &html)
 	}
 	flush(true, true);
 	return true;
+}
+
+void Dock::showRemoteHtml(const QString &before, const QString &html)
+{
+	const QSignalBlocker blocker(editor);
+	const int position = editor->verticalScrollBar()->value();
+	// Qt loses the end of a text that is edited while it is laid out step by step.
+	layoutWholeNote();
+	// What the device's user did is no step for the dock's user to undo.
+	editor->document()->setUndoRedoEnabled(false);
+	if (!patchDocument(*editor->document(), before, html)) {
+		editor->loadHtml(html);
+	}
+	editor->document()->setUndoRedoEnabled(true);
+	scrollTo(position);
 }
 
 void Dock::shutdown()

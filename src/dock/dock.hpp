@@ -235,6 +235,7 @@ private:
 	void continueSameScene(obs_source_t *scene);
 	[[nodiscard]] QString loadNote(obs_source_t *scene, QString &error);
 	void showLoadedNote(obs_source_t *scene, const QString &html, const QString &error);
+	void showRemoteHtml(const QString &before, const QString &html);
 	void rememberTarget(obs_source_t *scene);
 	void rememberPath(obs_source_t *scene);
 	[[nodiscard]] bool writeOpenNote(QString &error);

@@ -5,7 +5,7 @@
 
 #include "remote/remote.hpp"
 
-#include "convert/apply_web_document.hpp"
+#include "convert/note_session.hpp"
 #include "convert/web_document.hpp"
 #include "dock/command.hpp"
 #include "dock/dock.hpp"
@@ -48,12 +48,11 @@ QString deviceName(const QString &given)
 	return name.isEmpty() ? text("RemoteDevice") : name;
 }
 
-// Empty for a note that browsers cannot show.
-QJsonObject sendableDocument(const QString &html)
+// Whether browsers can show the document; an empty one stands for a note over the limits.
+bool isSendable(const QJsonObject &document)
 {
-	const QJsonObject document = webDocument(html);
-	const bool isSmall = QJsonDocument(document).toJson(QJsonDocument::Compact).size() <= kMaxDocumentBytes;
-	return isSmall ? document : QJsonObject();
+	return !document.isEmpty() &&
+	       QJsonDocument(document).toJson(QJsonDocument::Compact).size() <= kMaxDocumentBytes;
 }
 
 } // namespace
@@ -99,6 +98,12 @@ QJsonObject Remote::getState(const QJsonObject &)
 
 QJsonObject Remote::document(const QString &sceneId) const
 {
+	NoteSession once;
+	return document(sceneId, once);
+}
+
+QJsonObject Remote::document(const QString &sceneId, NoteSession &note) const
+{
 	const OBSSourceAutoRelease scene = sceneSource(sceneId);
 	if (!scene) {
 		return error("scene");
@@ -116,8 +121,8 @@ QJsonObject Remote::document(const QString &sceneId) const
 	if (!failure.isEmpty()) {
 		return error("read");
 	}
-	QJsonObject reply = sendableDocument(html);
-	if (reply.isEmpty()) {
+	QJsonObject reply = note.webDocument(html);
+	if (!isSendable(reply)) {
 		return error("size");
 	}
 	reply.insert(QLatin1StringView("revision"), revisions.value(sceneId));
@@ -207,7 +212,8 @@ QJsonObject Remote::acquireEdit(const QJsonObject &payload)
 	}
 	const QString sceneId = textOf(payload, "scene");
 	const bool isReplacing = payload[QLatin1StringView("replace")].toBool();
-	QJsonObject reply = isReplacing ? success() : document(sceneId);
+	auto note = std::make_unique<NoteSession>();
+	QJsonObject reply = isReplacing ? success() : document(sceneId, *note);
 	if (!reply[QLatin1StringView("ok")].toBool()) {
 		return reply;
 	}
@@ -216,6 +222,7 @@ QJsonObject Remote::acquireEdit(const QJsonObject &payload)
 	}
 	editorSession = textOf(payload, "session");
 	editorScene = sceneId;
+	editedNote = std::move(note);
 	extendLease();
 	dock.setRemoteEditing(true);
 	stateChanged();
@@ -248,7 +255,7 @@ QJsonObject Remote::editNote(const QJsonObject &payload, obs_source_t *scene, QS
 	}
 	bool isOverLimit = false;
 	const QJsonObject edited = payload[QLatin1StringView("document")].toObject();
-	if (!applyWebDocument(stored, edited, html, &isOverLimit)) {
+	if (!editedNote->applyWebDocument(stored, edited, html, &isOverLimit)) {
 		return error(isOverLimit ? "limit" : "format");
 	}
 	return success();
@@ -293,8 +300,8 @@ QJsonObject Remote::replaceEdited(const QJsonObject &payload)
 
 QJsonObject Remote::replaceDocument(const QJsonObject &payload, const QString &html, bool simplified)
 {
-	QJsonObject reply = sendableDocument(html);
-	if (reply.isEmpty()) {
+	QJsonObject reply = webDocument(html);
+	if (!isSendable(reply)) {
 		return error("size");
 	}
 	QJsonObject check = payload;

@@ -5,6 +5,7 @@
 
 #include "remote/remote.hpp"
 
+#include "convert/note_session.hpp"
 #include "dock/dock.hpp"
 
 #include <QCoreApplication>
@@ -269,6 +270,7 @@ void Remote::releaseEditor()
 	editorSession.clear();
 	editorScene.clear();
 	leaseUntil = 0;
+	editedNote.reset();
 	dock.setRemoteEditing(false);
 	publishSoon();
 }

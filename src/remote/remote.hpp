@@ -26,6 +26,7 @@ class QWidget;
 namespace quillbay {
 
 class Dock;
+class NoteSession;
 
 /// Lets browsers on other devices read, edit and scroll the notes: through vendor requests of the host's
 /// obs-websocket, and through a small HTTP server for the page itself and for Word documents sent from it.
@@ -132,6 +133,8 @@ private:
 	[[nodiscard]] QJsonObject keepAlive(const QJsonObject &payload);
 	[[nodiscard]] QJsonObject getState(const QJsonObject &payload);
 	[[nodiscard]] QJsonObject document(const QString &sceneId) const;
+	/// The same for one who is going to save the note again and again.
+	[[nodiscard]] QJsonObject document(const QString &sceneId, NoteSession &note) const;
 	[[nodiscard]] QJsonObject getDocument(const QJsonObject &payload);
 	[[nodiscard]] QJsonObject exportNote(const QJsonObject &payload, const char *key,
 					     QString (*convert)(const QString &html));
@@ -181,6 +184,8 @@ private:
 	QString editorSession;
 	QString editorScene;
 	std::int64_t leaseUntil = 0;
+	/// The note as the lease's holder has it; there as long as the lease.
+	std::unique_ptr<NoteSession> editedNote;
 	/// Until when typing in the dock keeps browsers from writing; 0: no longer.
 	std::int64_t localEditUntil = 0;
 	/// obs-websocket's handle of us.

@@ -374,6 +374,7 @@ void RemoteTest::savingKeepsTheView()
 		QCOMPARE(bar->value(), 9000);
 	}
 	QTest::qWait(700);
+	QCOMPARE(bar->value(), 9000);
 	QCOMPARE(ask(QStringLiteral("KeepAlive"))["editing"].toBool(), true);
 	QCOMPARE(codeOf(QStringLiteral("CheckImport"), writing()), QStringLiteral("ok"));
 	QCOMPARE(writing()["revision"].toInt(), 3);
