@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 
 // What the remote service costs in the real host: round trips beside obs-websocket's own, and how long the window does
-// not react to a note at the limits. Run it by hand, on a quiet machine:
+// not react to a note near the limits. Run it by hand, on a quiet machine:
 //   scripts/enter env QUILLBAY_BUILD=$PWD/build/trixie-dev node bench/remote.mjs
 
 import { setTimeout as sleep } from 'node:timers/promises';
@@ -14,7 +14,7 @@ const sentence = 'Good evening and welcome to the show, here are the news of the
 const prose = (length) => sentence.repeat(length / sentence.length + 1).slice(0, length);
 /** Notes at the limits: A of 2,000 paragraphs, B of as many as there may be, C in many runs, D of long ones. */
 const notes = {
-	A: `<p>${prose(99)}</p>`.repeat(2000),
+	A: `<p>${prose(99)}</p>`.repeat(1990),
 	B: '<p>news</p>'.repeat(15_000),
 	C: `<p>${'<b>ab</b>cd'.repeat(24)}</p>`.repeat(2000),
 	D: `<p>${prose(9990)}</p>`.repeat(20),
@@ -45,7 +45,7 @@ async function compareRoundTrips(phone) {
 	}
 }
 
-/** The window's longest pause for each action with a note at the limits. */
+/** The window's longest pause for each action with a note near the limits. */
 async function measureStalls(studio, phone, name) {
 	await studio.plant(name, notes[name]);
 	await studio.show(name);

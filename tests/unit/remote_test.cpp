@@ -58,6 +58,7 @@ private Q_SLOTS:
 	void oneWriterAtATime();
 	void theDocksUserTakesTheNoteBack();
 	void savingKeepsTheView();
+	void savingShowsWhatLoadingDoes();
 	void eventsAreGathered();
 	void noNotesWhileCollectionsChange();
 	void scrolling();
@@ -379,6 +380,44 @@ void RemoteTest::savingKeepsTheView()
 	QCOMPARE(codeOf(QStringLiteral("CheckImport"), writing()), QStringLiteral("ok"));
 	QCOMPARE(writing()["revision"].toInt(), 3);
 	QCOMPARE(frontend().saves, saves);
+}
+
+void RemoteTest::savingShowsWhatLoadingDoes()
+{
+	const QString list = QStringLiteral("<ol><li>one</li><li>two<ul><li>inner</li></ul></li><li>three</li></ol>");
+	editor->setHtml((QStringLiteral("<p>some <b>bold</b> words</p><p></p>") + list).repeated(5));
+	QVERIFY(dock->flush(true, true));
+	QTRY_VERIFY_WITH_TIMEOUT(ask(QStringLiteral("AcquireEdit"), writing())["ok"].toBool(), 4000);
+	QRandomGenerator random(7);
+	for (int round = 0; round < 60; ++round) {
+		Fields mine = writing();
+		QJsonArray blocks = mine["document"].toObject()["blocks"].toArray();
+		const int at = random.bounded(static_cast<int>(blocks.size()));
+		QJsonObject block = blocks[at].toObject();
+		switch (random.bounded(5)) {
+		case 0:
+			blocks.insert(at, block);
+			break;
+		case 1:
+			blocks.removeAt(blocks.size() > 5 ? at : -1);
+			break;
+		case 2:
+			block["align"] = 4;
+			blocks[at] = block;
+			break;
+		default:
+			block = edited({{"blocks", QJsonArray{block}}}, QString::number(round) + QChar::LineSeparator + u'ü')["blocks"][0]
+					.toObject();
+			blocks[at] = block;
+		}
+		mine.insert("document", QJsonObject{{"blocks", blocks}});
+		const QJsonObject saved = ask(QStringLiteral("SaveDocument"), mine);
+		QVERIFY2(saved["ok"].toBool(), qPrintable(saved["code"].toString()));
+		const QString shown = editor->toHtml();
+		dock->bindScene(second);
+		dock->bindScene(first);
+		QCOMPARE(shown, editor->toHtml());
+	}
 }
 
 void RemoteTest::eventsAreGathered()
