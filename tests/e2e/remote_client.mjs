@@ -49,7 +49,7 @@ export class Client {
 	}
 
 	async send(payload) {
-		const requestData = { payload: typeof payload === 'string' ? payload : JSON.stringify(payload) };
+		const requestData = { payload: JSON.stringify(payload) };
 		const request = { vendorName: 'QuillBay', requestType: 'Request', requestData };
 		try {
 			const { responseData } = await this.#socket.call('CallVendorRequest', request);

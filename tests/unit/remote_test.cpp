@@ -28,15 +28,16 @@ namespace quillbay::test {
 
 namespace {
 
+using namespace Qt::StringLiterals;
 using Fields = QJsonObject;
 
 // What a QR reader makes of the picture.
 QString readQr(const QPixmap &pixmap)
 {
 	const QTemporaryDir folder;
-	const QString file = folder.filePath(QStringLiteral("qr.png"));
+	const QString file = folder.filePath(u"qr.png"_s);
 	QProcess reader;
-	reader.start(QStringLiteral("zbarimg"), {QStringLiteral("-q"), QStringLiteral("--raw"), file});
+	reader.start(u"zbarimg"_s, {u"-q"_s, u"--raw"_s, file});
 	return pixmap.save(file) && reader.waitForFinished() ? QString::fromUtf8(reader.readAll()).trimmed()
 							     : reader.errorString();
 }
@@ -67,17 +68,17 @@ private Q_SLOTS:
 	void qrCode();
 
 private:
-	QString settingsPath() const { return folder->filePath(QStringLiteral("settings.ini")); }
+	QString settingsPath() const { return folder->filePath(u"settings.ini"_s); }
 	Remote &remote() const { return dock->remoteService(); }
 	QString token() const { return remote().url().section(QLatin1Char('#'), 1); }
-	QJsonObject payload(const QString &action, const Fields &fields = {}) const;
-	QJsonObject ask(const QString &action, const Fields &fields = {}) const
+	QJsonObject payload(const char *action, const Fields &fields = {}) const;
+	QJsonObject ask(const char *action, const Fields &fields = {}) const
 	{
 		return websocket().call(payload(action, fields));
 	}
-	QString codeOf(const QString &action, const Fields &fields = {}) const
+	QByteArray codeOf(const char *action, const Fields &fields = {}) const
 	{
-		return ask(action, fields)["code"].toString(QStringLiteral("ok"));
+		return ask(action, fields)["code"].toString("ok").toLatin1();
 	}
 	/// What a write of the first scene's note must name; the epoch and revision are the current ones.
 	Fields writing(const QString &by = {}) const;
@@ -105,8 +106,8 @@ void RemoteTest::init()
 	file.setValue("remote/address", "127.0.0.1");
 	file.setValue("remote/port", 0); // any
 	file.sync();
-	first = makeScene(QStringLiteral("First")).Get();
-	second = makeScene(QStringLiteral("Second")).Get();
+	first = makeScene(u"First"_s).Get();
+	second = makeScene(u"Second"_s).Get();
 	frontend().currentScene = first;
 	frontend().scenes = {first, second};
 	dock = std::make_unique<Dock>(settingsPath());
@@ -115,7 +116,7 @@ void RemoteTest::init()
 	dock->show();
 	remote().initialize();
 	dock->frontendEvent(OBS_FRONTEND_EVENT_FINISHED_LOADING);
-	session = ask(QStringLiteral("Open"))["session"].toString();
+	session = ask("Open")["session"].toString();
 	QCOMPARE(session.size(), hasWebsocket ? 36 : 0);
 }
 
@@ -128,18 +129,16 @@ void RemoteTest::cleanup()
 	second = nullptr;
 }
 
-QJsonObject RemoteTest::payload(const QString &action, const Fields &fields) const
+QJsonObject RemoteTest::payload(const char *action, const Fields &fields) const
 {
-	QJsonObject object{{"access", token()}, {"session", session}, {"action", action}};
-	for (auto field = fields.begin(); field != fields.end(); ++field) {
-		object.insert(field.key(), field.value());
-	}
-	return object;
+	QVariantMap all{{"access", token()}, {"session", session}, {"action", action}};
+	all.insert(fields.toVariantMap());
+	return QJsonObject::fromVariantMap(all);
 }
 
 Fields RemoteTest::writing(const QString &by) const
 {
-	const QJsonObject now = ask(QStringLiteral("GetDocument"), {{"scene", uuidOf(first)}});
+	const QJsonObject now = ask("GetDocument", {{"scene", uuidOf(first)}});
 	return {{"session", by.isEmpty() ? session : by},
 		{"scene", uuidOf(first)},
 		{"epoch", now["epoch"]},
@@ -183,12 +182,12 @@ void RemoteTest::listensOnOneAddressOnly()
 	for (const char *address : {"0.0.0.0", "::1", "::", "224.0.0.1", "localhost", "192.0.2.1", ""}) {
 		QVERIFY2(!remote().listen(QLatin1StringView(address), 0) && remote().url().isEmpty(), address);
 	}
-	QCOMPARE(codeOf(QStringLiteral("GetState")), QStringLiteral("disabled"));
-	QVERIFY(remote().listen(QStringLiteral("127.0.0.2"), 0));
-	QVERIFY(remote().url().startsWith(QLatin1StringView("http://127.0.0.2:")));
+	QCOMPARE(codeOf("GetState"), "disabled");
+	QVERIFY(remote().listen(u"127.0.0.2"_s, 0));
+	QVERIFY(remote().url().startsWith("http://127.0.0.2:"_L1));
 	QCOMPARE(token(), before);
 	QCOMPARE(token().size(), 22);
-	QVERIFY2(codeOf(QStringLiteral("GetState")) == QLatin1StringView("session"), "a new start ends all sessions");
+	QCOMPARE(codeOf("GetState"), "session"); // a new start ends all
 }
 
 void RemoteTest::errors_data()
@@ -243,14 +242,12 @@ void RemoteTest::errors()
 {
 	QFETCH(QJsonObject, fields);
 	QFETCH(QString, code);
-	QJsonObject all = writing();
-	for (auto field = fields.begin(); field != fields.end(); ++field) {
-		all.insert(field.key(), field.value());
-	}
-	const QJsonObject reply = ask(fields["action"].toString(), all);
-	QCOMPARE(reply["code"].toString(QStringLiteral("ok")), code);
-	QCOMPARE(reply["ok"].toBool(), code == QLatin1StringView("ok"));
-	QVERIFY(reply["ok"].toBool() || reply.size() == 2);
+	QVariantMap all = writing().toVariantMap();
+	all.insert(fields.toVariantMap());
+	const QByteArray action = fields["action"].toString().toLatin1();
+	const QJsonObject reply = ask(action.constData(), QJsonObject::fromVariantMap(all));
+	QCOMPARE(reply["code"].toString("ok"), code);
+	QVERIFY(reply["ok"].toBool() ? code == "ok"_L1 : reply.size() == 2);
 }
 
 void RemoteTest::payloads()
@@ -269,125 +266,123 @@ void RemoteTest::sessionsAndNames()
 {
 	const std::pair<QString, QString> names[] = {
 		{QString(40, 'n'), QString(32, 'n')},
-		{QStringLiteral("  my \t phone "), QStringLiteral("my phone")},
+		{u"  my \t phone "_s, u"my phone"_s},
 		{QString::fromUtf16(u" \0 \0 ", 5), text("RemoteDevice")},
 		{QString(), text("RemoteDevice")},
-		{QString(31, 'n') + QStringLiteral("😀"), QString(31, 'n')},
+		{QString(31, 'n') + u"😀"_s, QString(31, 'n')},
 		{QStringLiteral("<b>&\"'"), QStringLiteral("<b>&\"'")},
 	};
 	for (const auto &[given, shown] : names) {
-		const QString id = ask(QStringLiteral("Open"), {{"name", given}})["session"].toString();
-		const QJsonObject reply = ask(QStringLiteral("AcquireEdit"), writing(id));
+		const QString id = ask("Open", {{"name", given}})["session"].toString();
+		const QJsonObject reply = ask("AcquireEdit", writing(id));
 		QVERIFY2(reply["ok"].toBool(), qPrintable(reply["code"].toString()));
-		QCOMPARE(ask(QStringLiteral("GetState"))["editor"].toString(), shown);
-		ask(QStringLiteral("ReleaseEdit"), {{"session", id}});
+		QCOMPARE(ask("GetState")["editor"].toString(), shown);
+		ask("ReleaseEdit", {{"session", id}});
 	}
 	for (int open = 1 + static_cast<int>(std::size(names)); open < 16; ++open) {
-		QCOMPARE(codeOf(QStringLiteral("Open")), QStringLiteral("ok"));
+		QCOMPARE(codeOf("Open"), "ok");
 	}
-	QCOMPARE(codeOf(QStringLiteral("Open")), QStringLiteral("capacity"));
-	QCOMPARE(ask(QStringLiteral("GetState")).size(), 11);
+	QCOMPARE(codeOf("Open"), "capacity");
+	QCOMPARE(ask("GetState").size(), 11);
 }
 
 void RemoteTest::oneWriterAtATime()
 {
-	const QString other = ask(QStringLiteral("Open"))["session"].toString();
+	const QString other = ask("Open")["session"].toString();
 	Fields mine = writing();
-	const QJsonObject note = ask(QStringLiteral("AcquireEdit"), mine);
+	const QJsonObject note = ask("AcquireEdit", mine);
 	QVERIFY(note["ok"].toBool() && note["editable"].toBool());
-	QVERIFY(ask(QStringLiteral("KeepAlive"))["editing"].toBool());
-	QVERIFY(!ask(QStringLiteral("KeepAlive"), {{"session", other}})["editing"].toBool());
+	QVERIFY(ask("KeepAlive")["editing"].toBool());
+	QVERIFY(!ask("KeepAlive", {{"session", other}})["editing"].toBool());
 	for (const char *action : {"AcquireEdit", "SaveDocument", "CheckImport", "ReplaceDocument"}) {
-		QCOMPARE(codeOf(QLatin1StringView(action), writing(other)), QStringLiteral("busy"));
+		QCOMPARE(codeOf(action, writing(other)), "busy");
 	}
 	Fields elsewhere = mine;
 	elsewhere.insert("scene", uuidOf(second));
-	QCOMPARE(codeOf(QStringLiteral("AcquireEdit"), elsewhere), QStringLiteral("busy"));
+	QCOMPARE(codeOf("AcquireEdit", elsewhere), "busy");
 	QVERIFY(remote().sceneInUse(uuidOf(first)) && !remote().sceneInUse(uuidOf(second)) && !remote().sceneInUse({}));
 
-	mine.insert("document", edited(note, QStringLiteral("from a phone")));
-	const QJsonObject saved = ask(QStringLiteral("SaveDocument"), mine);
+	mine.insert("document", edited(note, u"from a phone"_s));
+	const QJsonObject saved = ask("SaveDocument", mine);
 	QCOMPARE(saved["revision"].toInt(), 1);
-	QCOMPARE(editor->toPlainText(), QStringLiteral("from a phone"));
-	QCOMPARE(codeOf(QStringLiteral("SaveDocument"), mine), QStringLiteral("conflict"));
+	QCOMPARE(editor->toPlainText(), u"from a phone"_s);
+	QCOMPARE(codeOf("SaveDocument", mine), "conflict");
 	mine.insert("revision", 1);
-	QCOMPARE(ask(QStringLiteral("SaveDocument"), mine)["revision"].toInt(), 1);
-	QCOMPARE(ask(QStringLiteral("ExportText"), {{"scene", uuidOf(first)}})["text"].toString(),
-		 QStringLiteral("from a phone"));
+	QCOMPARE(ask("SaveDocument", mine)["revision"].toInt(), 1);
+	QCOMPARE(ask("ExportText", {{"scene", uuidOf(first)}})["text"].toString(), u"from a phone"_s);
 
 	mine.insert("document", QJsonObject{{"blocks", 1}});
-	QCOMPARE(codeOf(QStringLiteral("SaveDocument"), mine), QStringLiteral("format"));
+	QCOMPARE(codeOf("SaveDocument", mine), "format");
 	mine.insert("document", edited(note, QString(10'001, 'x')));
-	QCOMPARE(codeOf(QStringLiteral("ReplaceDocument"), mine), QStringLiteral("limit"));
-	mine.insert("document", edited(note, QStringLiteral("all new")));
-	const QJsonObject replaced = ask(QStringLiteral("ReplaceDocument"), mine);
+	QCOMPARE(codeOf("ReplaceDocument", mine), "limit");
+	mine.insert("document", edited(note, u"all new"_s));
+	const QJsonObject replaced = ask("ReplaceDocument", mine);
 	QCOMPARE(replaced["revision"].toInt(), 2);
 	QVERIFY(replaced["blocks"].isArray() && !replaced["simplified"].toBool(true));
-	QVERIFY(dock->store().read(first).contains(QLatin1StringView("all new")));
-	ask(QStringLiteral("ReleaseEdit"));
+	QVERIFY(dock->store().read(first).contains("all new"_L1));
+	ask("ReleaseEdit");
 	QVERIFY(!editor->isReadOnly());
-	QCOMPARE(codeOf(QStringLiteral("AcquireEdit"), writing(other)), QStringLiteral("ok"));
+	QCOMPARE(codeOf("AcquireEdit", writing(other)), "ok");
 }
 
 void RemoteTest::theDocksUserTakesTheNoteBack()
 {
-	QTest::keyClicks(editor, QStringLiteral("typed"));
-	QCOMPARE(codeOf(QStringLiteral("AcquireEdit"), writing()), QStringLiteral("busy"));
-	QCOMPARE(ask(QStringLiteral("GetState"))["editor"].toString(), QStringLiteral("OBS"));
-	QCOMPARE(codeOf(QStringLiteral("Scroll"), {{"command", "seek"}, {"scene", uuidOf(first)}, {"target", "1"}}),
-		 QStringLiteral("busy"));
-	QTRY_COMPARE_WITH_TIMEOUT(codeOf(QStringLiteral("AcquireEdit"), writing()), QStringLiteral("ok"), 3000);
+	QTest::keyClicks(editor, u"typed"_s);
+	QCOMPARE(codeOf("AcquireEdit", writing()), "busy");
+	QCOMPARE(ask("GetState")["editor"].toString(), u"OBS"_s);
+	QCOMPARE(codeOf("Scroll", {{"command", "seek"}, {"scene", uuidOf(first)}, {"target", "1"}}), "busy");
+	QTRY_COMPARE_WITH_TIMEOUT(codeOf("AcquireEdit", writing()), "ok", 3000);
 	QVERIFY(editor->isReadOnly());
 	QCOMPARE(editor->toolTip(), text("RemoteEditing"));
 	auto *read = dock->findChild<QAction *>("Read");
 	QVERIFY(read->isChecked());
 	read->trigger();
 	QVERIFY(!editor->isReadOnly() && editor->toolTip().isEmpty());
-	QCOMPARE(codeOf(QStringLiteral("SaveDocument"), writing()), QStringLiteral("busy"));
+	QCOMPARE(codeOf("SaveDocument", writing()), "busy");
 	read->trigger();
-	QCOMPARE(codeOf(QStringLiteral("AcquireEdit"), writing()), QStringLiteral("locked"));
+	QCOMPARE(codeOf("AcquireEdit", writing()), "locked");
 	read->trigger();
-	QCOMPARE(codeOf(QStringLiteral("AcquireEdit"), writing()), QStringLiteral("ok"));
+	QCOMPARE(codeOf("AcquireEdit", writing()), "ok");
 	read->trigger();
 	read->trigger();
 	QVERIFY2(read->isChecked() && editor->isReadOnly(), "locking ends the lease");
-	QVERIFY(!ask(QStringLiteral("KeepAlive"))["editing"].toBool());
+	QVERIFY(!ask("KeepAlive")["editing"].toBool());
 }
 
 void RemoteTest::savingKeepsTheView()
 {
-	editor->setPlainText(QStringLiteral("a line\n").repeated(2000));
+	editor->setPlainText(u"a line\n"_s.repeated(2000));
 	QVERIFY(dock->flush(true, true));
 	remote().stop();
-	QVERIFY(remote().listen(QStringLiteral("127.0.0.1"), 0));
-	session = ask(QStringLiteral("Open"))["session"].toString();
+	QVERIFY(remote().listen(u"127.0.0.1"_s, 0));
+	session = ask("Open")["session"].toString();
 	QScrollBar *bar = editor->verticalScrollBar();
 	QTRY_VERIFY(bar->maximum() > 9000);
 	bar->setValue(9000);
 	Fields mine = writing();
-	const QJsonObject note = ask(QStringLiteral("AcquireEdit"), mine);
+	const QJsonObject note = ask("AcquireEdit", mine);
 	QVERIFY(note["ok"].toBool());
 	const int saves = frontend().saves;
 	for (int revision = 0; revision < 3; ++revision) {
 		mine.insert("revision", revision);
 		mine.insert("document", edited(note, QString::number(revision)));
-		QCOMPARE(ask(QStringLiteral("SaveDocument"), mine)["revision"].toInt(), revision + 1);
+		QCOMPARE(ask("SaveDocument", mine)["revision"].toInt(), revision + 1);
 		QCOMPARE(bar->value(), 9000);
 	}
 	QTest::qWait(700);
 	QCOMPARE(bar->value(), 9000);
-	QCOMPARE(ask(QStringLiteral("KeepAlive"))["editing"].toBool(), true);
-	QCOMPARE(codeOf(QStringLiteral("CheckImport"), writing()), QStringLiteral("ok"));
+	QCOMPARE(ask("KeepAlive")["editing"].toBool(), true);
+	QCOMPARE(codeOf("CheckImport", writing()), "ok");
 	QCOMPARE(writing()["revision"].toInt(), 3);
 	QCOMPARE(frontend().saves, saves);
 }
 
 void RemoteTest::savingShowsWhatLoadingDoes()
 {
-	const QString list = QStringLiteral("<ol><li>one</li><li>two<ul><li>inner</li></ul></li><li>three</li></ol>");
-	editor->setHtml((QStringLiteral("<p>some <b>bold</b> words</p><p></p>") + list).repeated(5));
+	const QString list = u"<ol><li>one</li><li>two<ul><li>inner</li></ul></li><li>three</li></ol>"_s;
+	editor->setHtml((u"<p>some <b>bold</b> words</p><p></p>"_s + list).repeated(5));
 	QVERIFY(dock->flush(true, true));
-	QTRY_VERIFY_WITH_TIMEOUT(ask(QStringLiteral("AcquireEdit"), writing())["ok"].toBool(), 4000);
+	QTRY_VERIFY_WITH_TIMEOUT(ask("AcquireEdit", writing())["ok"].toBool(), 4000);
 	QRandomGenerator random(7);
 	for (int round = 0; round < 60; ++round) {
 		Fields mine = writing();
@@ -406,12 +401,13 @@ void RemoteTest::savingShowsWhatLoadingDoes()
 			blocks[at] = block;
 			break;
 		default:
-			block = edited({{"blocks", QJsonArray{block}}}, QString::number(round) + QChar::LineSeparator + u'ü')["blocks"][0]
+			block = edited({{"blocks", QJsonArray{block}}},
+				       QString::number(round) + QChar::LineSeparator + u'ü')["blocks"][0]
 					.toObject();
 			blocks[at] = block;
 		}
 		mine.insert("document", QJsonObject{{"blocks", blocks}});
-		const QJsonObject saved = ask(QStringLiteral("SaveDocument"), mine);
+		const QJsonObject saved = ask("SaveDocument", mine);
 		QVERIFY2(saved["ok"].toBool(), qPrintable(saved["code"].toString()));
 		const QString shown = editor->toHtml();
 		dock->bindScene(second);
@@ -426,75 +422,73 @@ void RemoteTest::eventsAreGathered()
 	QTest::qWait(300);
 	auto &events = websocket().events;
 	events.clear();
-	QTest::keyClicks(editor, QStringLiteral("a few words"));
+	QTest::keyClicks(editor, u"a few words"_s);
 	QVERIFY(events.empty());
 	QTRY_COMPARE(events.size(), 1U);
-	QCOMPARE(events[0].type, QStringLiteral("Changed"));
+	QCOMPARE(events[0].type, u"Changed"_s);
 	QCOMPARE(events[0].payload["changed"].toArray(), QJsonArray{uuidOf(first)});
 	QCOMPARE(events[0].payload.size(), 11);
 	QVERIFY(events[0].payload["localEditing"].toBool());
 	QTRY_COMPARE_WITH_TIMEOUT(events.size(), 2U, 4000);
 	QVERIFY(!events[1].payload["localEditing"].toBool() && events[1].payload["changed"].toArray().isEmpty());
 
-	editor->setPlainText(QStringLiteral("a line\n").repeated(500));
+	editor->setPlainText(u"a line\n"_s.repeated(500));
 	QTRY_COMPARE(events.size(), 3U);
 	editor->verticalScrollBar()->setValue(100);
 	QTRY_COMPARE(events.size(), 4U);
-	QCOMPARE(events[3].type, QStringLiteral("Scroll"));
+	QCOMPARE(events[3].type, u"Scroll"_s);
 	QCOMPARE(events[3].payload, (QJsonObject{{"epoch", events[0].payload["epoch"]},
 						 {"scene", uuidOf(first)},
 						 {"position", dock->scrollProgress()}}));
 	obs_source_set_name(second, "Renamed");
 	dock->sceneRenamed(second);
 	QTRY_COMPARE_WITH_TIMEOUT(events.size(), 5U, 1000);
-	QCOMPARE(events[4].payload["scenes"].toArray()[1].toObject()["name"].toString(), QStringLiteral("Renamed"));
+	QCOMPARE(events[4].payload["scenes"].toArray()[1].toObject()["name"].toString(), u"Renamed"_s);
 }
 
 void RemoteTest::noNotesWhileCollectionsChange()
 {
 	Fields mine = writing();
-	QCOMPARE(codeOf(QStringLiteral("AcquireEdit"), mine), QStringLiteral("ok"));
+	QCOMPARE(codeOf("AcquireEdit", mine), "ok");
 	QTest::qWait(300);
 	websocket().events.clear();
 	dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
 	for (const char *action : {"Open", "GetState", "SaveDocument", "Nothing"}) {
-		QCOMPARE(codeOf(QLatin1StringView(action), mine), QStringLiteral("loading"));
+		QCOMPARE(codeOf(action, mine), "loading");
 	}
 	QTRY_COMPARE(websocket().events.size(), 1U);
 	QVERIFY(websocket().events[0].payload["scenes"].toArray().isEmpty());
 	dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
-	QVERIFY(!ask(QStringLiteral("KeepAlive"))["editing"].toBool());
-	QCOMPARE(codeOf(QStringLiteral("AcquireEdit"), mine), QStringLiteral("conflict"));
-	QCOMPARE(codeOf(QStringLiteral("AcquireEdit"), writing()), QStringLiteral("ok"));
+	QVERIFY(!ask("KeepAlive")["editing"].toBool());
+	QCOMPARE(codeOf("AcquireEdit", mine), "conflict");
+	QCOMPARE(codeOf("AcquireEdit", writing()), "ok");
 	obs_source_remove(first);
 	frontend().currentScene = second;
 	frontend().scenes = {second};
 	dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_LIST_CHANGED);
 	first = nullptr;
 	obs_wait_for_destroy_queue();
-	QVERIFY2(!ask(QStringLiteral("KeepAlive"))["editing"].toBool(), "the lease ends with its scene");
+	QVERIFY2(!ask("KeepAlive")["editing"].toBool(), "the lease ends with its scene");
 }
 
 void RemoteTest::scrolling()
 {
-	editor->setPlainText(QStringLiteral("a line\n").repeated(500));
-	const auto scroll = [this](const char *command) {
-		return ask(QStringLiteral("Scroll"), {{"command", command}});
-	};
-	QVERIFY(scroll("start")["scrolling"].toBool());
-	QVERIFY(scroll("start")["locked"].toBool());
-	QVERIFY(!scroll("pause")["scrolling"].toBool());
+	editor->setPlainText(u"a line\n"_s.repeated(500));
+	const auto scroll = [this](Fields fields) { return ask("Scroll", fields); };
+	const QJsonObject started = scroll({{"command", "start"}});
+	QVERIFY(started["scrolling"].toBool() && started["locked"].toBool());
+	QVERIFY(!scroll({{"command", "pause"}})["scrolling"].toBool());
 	const Fields seek{{"command", "seek"}, {"scene", uuidOf(first)}, {"target", "50%"}};
-	QVERIFY(std::abs(ask(QStringLiteral("Scroll"), seek)["position"].toDouble() - 0.5) < 0.01);
-	QCOMPARE(scroll("top")["position"].toDouble(), 0.0);
-	QCOMPARE(ask(QStringLiteral("Scroll"), {{"command", "speed"}, {"speed", 2.5}})["speed"].toDouble(), 2.5);
+	QVERIFY(std::abs(scroll(seek)["position"].toDouble() - 0.5) < 0.01);
+	QCOMPARE(scroll({{"command", "top"}})["position"].toDouble(), 0.0);
+	QCOMPARE(scroll({{"command", "speed"}, {"speed", 2.5}})["speed"].toDouble(), 2.5);
 }
 
 void RemoteTest::otherThreads()
 {
 	const auto later = [this](const char *action) {
 		return std::async(std::launch::async,
-				  [request = payload(QLatin1StringView(action))] { return websocket().call(request); });
+				  [request = payload(action)] { return websocket().call(request); });
 	};
 	const auto isReady = [](const auto &future) {
 		return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
@@ -506,28 +500,28 @@ void RemoteTest::otherThreads()
 	// This thread is busy: the request is given up, and never carried out.
 	QElapsedTimer clock;
 	clock.start();
-	QCOMPARE(later("Open").get()["code"].toString(), QStringLiteral("timeout"));
+	QCOMPARE(later("Open").get()["code"].toString(), u"timeout"_s);
 	QVERIFY(clock.elapsed() >= 3000 && clock.elapsed() < 4000);
 	QCoreApplication::processEvents();
 	for (int open = 2; open < 16; ++open) {
-		QCOMPARE(codeOf(QStringLiteral("Open")), QStringLiteral("ok"));
+		QCOMPARE(codeOf("Open"), "ok");
 	}
-	QCOMPARE(codeOf(QStringLiteral("Open")), QStringLiteral("capacity"));
+	QCOMPARE(codeOf("Open"), "capacity");
 
 	std::vector<std::future<QJsonObject>> waiting;
 	for (int i = 0; i < 8; ++i) {
 		waiting.push_back(later("GetState"));
 	}
 	QThread::msleep(300);
-	QCOMPARE(later("GetState").get()["code"].toString(), QStringLiteral("capacity"));
+	QCOMPARE(later("GetState").get()["code"].toString(), u"capacity"_s);
 	clock.restart();
 	remote().shutdown();
 	for (auto &request : waiting) {
-		QCOMPARE(request.get()["code"].toString(), QStringLiteral("disabled"));
+		QCOMPARE(request.get()["code"].toString(), u"disabled"_s);
 	}
 	QVERIFY(clock.elapsed() < 1000);
 	QVERIFY(!websocket().callback);
-	QVERIFY(!remote().listen(QStringLiteral("127.0.0.1"), 0));
+	QVERIFY(!remote().listen(u"127.0.0.1"_s, 0));
 }
 
 void RemoteTest::settingsDialog()
@@ -538,7 +532,7 @@ void RemoteTest::settingsDialog()
 	const QString oldToken = token();
 	QTimer::singleShot(0, this, [&] {
 		auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-		QVERIFY(dialog && dialog->objectName() == QLatin1StringView("remoteSettings"));
+		QVERIFY(dialog && dialog->objectName() == "remoteSettings"_L1);
 		auto *enabled = dialog->findChild<QCheckBox *>("remoteEnabled");
 		auto *address = dialog->findChild<QComboBox *>("remoteAddress");
 		auto *port = dialog->findChild<QSpinBox *>("remotePort");
@@ -546,7 +540,7 @@ void RemoteTest::settingsDialog()
 		auto *qr = dialog->findChild<QrLabel *>("remoteQR");
 		const auto press = [dialog](const char *name) { dialog->findChild<QPushButton *>(name)->click(); };
 		QVERIFY(enabled->isChecked());
-		QCOMPARE(address->currentData().toString(), QStringLiteral("127.0.0.1"));
+		QCOMPARE(address->currentData().toString(), u"127.0.0.1"_s);
 		QCOMPARE(address->currentIndex(), address->count() - 1);
 		QCOMPARE(readQr(qr->pixmap()), oldLink);
 		QVERIFY(qr->isVisible() && qr->width() == qr->height());
@@ -562,15 +556,15 @@ void RemoteTest::settingsDialog()
 		press("remoteApply");
 		QVERIFY(status->text().isEmpty());
 		QCOMPARE(readQr(qr->pixmap()), remote().url());
-		session = ask(QStringLiteral("Open"))["session"].toString();
+		session = ask("Open")["session"].toString();
 
 		press("remoteReset");
 		QCOMPARE(status->text(), text("RemotePending"));
 		QCOMPARE(token(), oldToken);
 		press("remoteApply");
 		QVERIFY(token() != oldToken && token().size() == 22);
-		QCOMPARE(codeOf(QStringLiteral("GetState"), {{"access", oldToken}}), QStringLiteral("access"));
-		QCOMPARE(codeOf(QStringLiteral("GetState")), QStringLiteral("session"));
+		QCOMPARE(codeOf("GetState", {{"access", oldToken}}), "access");
+		QCOMPARE(codeOf("GetState"), "session");
 		enabled->setChecked(false);
 		press("remoteApply");
 		QVERIFY(remote().url().isEmpty() && !dialog->findChild<QPushButton *>("remoteCopy")->isEnabled());
@@ -585,7 +579,7 @@ void RemoteTest::settingsDialog()
 
 void RemoteTest::qrCode()
 {
-	for (const QString &text : {remote().url(), QStringLiteral("ü 日本 😀"), QString(800, 'x')}) {
+	for (const QString &text : {remote().url(), u"ü 日本 😀"_s, QString(800, 'x')}) {
 		QCOMPARE(readQr(qrPixmap(text, 240)), text);
 	}
 	QVERIFY(qrPixmap(QString(300, 'x'), 64).isNull());
