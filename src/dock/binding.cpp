@@ -5,6 +5,7 @@
 
 #include "dock/dock.hpp"
 
+#include "convert/patch_document.hpp"
 #include "editor/editor.hpp"
 #include "notes/limits.hpp"
 #include "plugin/text.hpp"
@@ -140,9 +141,7 @@ void Dock::showLoadedNote(obs_source_t *scene, const QString &html, const QStrin
 	showStatus(unavailable ? error : text(scene ? "Loaded" : "SelectScene"));
 	updateDocumentStatus();
 	resetSearch();
-	if (remote) {
-		remote->stateChanged();
-	}
+	remote->stateChanged();
 }
 
 void Dock::rememberTarget(obs_source_t *scene)
@@ -207,9 +206,7 @@ void Dock::noteEdited()
 	}
 	setFormatPainter(false, false);
 	dirty = true;
-	if (remote) {
-		remote->noteChanged(sceneKey);
-	}
+	remote->noteChanged(sceneKey);
 	showStatus(text("Saving"));
 	updateCharacterStatus();
 	saveTimer.start();
@@ -297,6 +294,7 @@ void Dock::sceneRenamed(obs_source_t *scene)
 	if (shutDown || restoring) {
 		return;
 	}
+	remote->stateChanged();
 	if (keyOf(scene) == sceneKey) {
 		bindScene(scene);
 		return;
@@ -327,22 +325,16 @@ void Dock::frontendEvent(obs_frontend_event event)
 	case OBS_FRONTEND_EVENT_FINISHED_LOADING:
 		if (isCollectionReady) {
 			collectionChanging = false;
-			if (remote) {
-				remote->setCollectionChanging(false);
-			}
+			remote->setCollectionChanging(false);
 		}
 		refreshScene();
 		collectionReady = collectionReady || isCollectionReady;
-		if (remote) {
-			remote->stateChanged();
-		}
+		remote->stateChanged();
 		break;
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
 		collectionReady = false;
 		collectionChanging = true;
-		if (remote) {
-			remote->setCollectionChanging(true);
-		}
+		remote->setCollectionChanging(true);
 		flush(false, true);
 		bindScene(nullptr);
 		break;
@@ -356,9 +348,7 @@ void Dock::setLocked(bool isLocked)
 	flush(true, true);
 	locked = isLocked;
 	settings.setValue(QStringLiteral("locked"), locked);
-	if (remote) {
-		remote->lockChanged();
-	}
+	remote->lockChanged();
 	updateReadAction();
 	if (!locked) {
 		pauseScroll();
@@ -399,17 +389,17 @@ bool Dock::applyRemoteHtml(obs_source_t *scene, const QString &html)
 	if (restoring) {
 		return false;
 	}
+	const bool isBound = scene && keyOf(scene) == sceneKey;
+	// What the editor shows, unless it holds an edit.
+	const QString before = isBound && !dirty && !unavailable ? noteStore.read(scene) : QString();
 	QString error;
 	if (!noteStore.write(scene, {html}, &error)) {
 		showSaveError(error);
 		showStatus(error);
 		return false;
 	}
-	if (scene && keyOf(scene) == sceneKey) {
-		const QSignalBlocker blocker(editor);
-		const int position = editor->verticalScrollBar()->value();
-		editor->loadHtml(html);
-		scrollTo(position);
+	if (isBound) {
+		showRemoteHtml(before, html);
 		dirty = false;
 		saveError->hide();
 		unavailable = false;
@@ -424,15 +414,28 @@ bool Dock::applyRemoteHtml(obs_source_t *scene, const QString &html)
 	return true;
 }
 
+void Dock::showRemoteHtml(const QString &before, const QString &html)
+{
+	const QSignalBlocker blocker(editor);
+	const int position = editor->verticalScrollBar()->value();
+	// Qt loses the end of a text that is edited while it is laid out step by step.
+	layoutWholeNote();
+	// What the device's user did is no step for the dock's user to undo.
+	editor->document()->setUndoRedoEnabled(false);
+	if (!patchDocument(*editor->document(), before, html)) {
+		editor->loadHtml(html);
+	}
+	editor->document()->setUndoRedoEnabled(true);
+	scrollTo(position);
+}
+
 void Dock::shutdown()
 {
 	if (shutDown) {
 		return;
 	}
 	hideGoTo();
-	if (remote) {
-		remote->shutdown();
-	}
+	remote->shutdown();
 	rememberPosition();
 	flush(false, true);
 	pauseScroll();

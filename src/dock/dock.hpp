@@ -15,6 +15,7 @@
 #include <QWidget>
 
 #include <functional>
+#include <memory>
 
 #include <obs.hpp>
 #include <obs-frontend-api.h>
@@ -106,6 +107,8 @@ public:
 	void startScroll();
 	/// Stops scrolling or a running countdown; read mode stays.
 	void pauseScroll();
+	/// Whether the text scrolls or the countdown to that runs.
+	[[nodiscard]] bool isScrollingOrCounting() const;
 	/// How much of the note has been scrolled through, from 0.0 to 1.0.
 	[[nodiscard]] double scrollProgress() const;
 
@@ -144,9 +147,13 @@ public:
 	// Meeting points
 
 	[[nodiscard]] NoteStore &store() { return noteStore; }
-	[[nodiscard]] Remote *remoteService() const { return remote; }
-	/// Tells `service` of every change from now on; not owned, and it must outlive the dock's shutdown.
-	void setRemote(Remote *service) { remote = service; }
+	[[nodiscard]] Remote &remoteService() const { return *remote; }
+	/// The bound scene's UUID; empty when no scene is bound.
+	[[nodiscard]] const QString &boundScene() const { return sceneKey; }
+	/// Whether the dock's user has locked editing (read mode).
+	[[nodiscard]] bool isLocked() const { return locked; }
+	/// Whether the bound scene's note could not be loaded.
+	[[nodiscard]] bool isUnavailable() const { return unavailable; }
 
 protected:
 	bool event(QEvent *event) override;
@@ -196,7 +203,6 @@ private:
 	[[nodiscard]] int guidedLineHeight(QSize view);
 	void showPlayFace(const char *textKey, const char *tooltipKey);
 	void restartHold();
-	[[nodiscard]] bool isScrollingOrCounting() const;
 	[[nodiscard]] bool filterReadingKey(const QKeyEvent &event);
 
 	// Tool bars (toolbar.cpp)
@@ -269,6 +275,7 @@ private:
 	void continueSameScene(obs_source_t *scene);
 	[[nodiscard]] QString loadNote(obs_source_t *scene, QString &error);
 	void showLoadedNote(obs_source_t *scene, const QString &html, const QString &error);
+	void showRemoteHtml(const QString &before, const QString &html);
 	void rememberTarget(obs_source_t *scene);
 	void rememberPath(obs_source_t *scene);
 	[[nodiscard]] bool writeOpenNote(QString &error);
@@ -283,7 +290,8 @@ private:
 
 	QSettings settings;
 	NoteStore noteStore;
-	Remote *remote = nullptr;
+	/// Always there; it does nothing before the host has loaded all modules.
+	std::unique_ptr<Remote> remote;
 
 	// The bound scene
 	OBSWeakSource currentScene;
