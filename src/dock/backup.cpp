@@ -224,9 +224,7 @@ void Dock::restoreNotes(std::vector<Restore> &restores, qsizetype noteCount)
 	restoring = true;
 	pauseScroll();
 	updateReadOnly();
-	if (remote) {
-		remote->setCollectionChanging(true);
-	}
+	remote->setCollectionChanging(true);
 	// While the question was open a scene may have been renamed or removed, or a new note have taken a free name.
 	prepareRestores(restores);
 
@@ -268,9 +266,7 @@ void Dock::endRestore()
 	const OBSSourceAutoRelease scene = OBSGetStrongRef(currentScene);
 	sceneKey.clear();
 	bindScene(scene);
-	if (remote) {
-		remote->setCollectionChanging(false);
-	}
+	remote->setCollectionChanging(false);
 	if (std::exchange(refreshPending, false)) {
 		refreshScene();
 	}
