@@ -1,0 +1,261 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+// @ts-check
+
+/** A rendered note: making it, reading it, counting it without walking it, and exchanging paragraphs in it. */
+
+import { plainBlock } from './document-model.mjs';
+import {
+	blockFormat,
+	chunkSize,
+	chunksOf,
+	continueNumbering,
+	estimateHeight,
+	FormatReader,
+	isElement,
+	isParagraph,
+	leavesOf,
+	Painter,
+	paragraphsOf,
+	setMarker,
+	sibling,
+} from './document-view.mjs';
+import { History } from './document-history.mjs';
+
+/** @typedef {import('./document-model.mjs').WebDocument} WebDocument */
+/** @typedef {import('./document-model.mjs').LooseDocument} LooseDocument */
+/** @typedef {import('./document-view.mjs').Numbering} Numbering */
+
+/** @param {Node} paragraph */
+export const lengthOf = (paragraph) => leavesOf(paragraph).reduce((sum, leaf) => sum + leaf.length, 0);
+
+/** What stands in a paragraph and never for one. */
+const inlineTags = new Set(['A', 'B', 'BR', 'DEL', 'EM', 'FONT', 'I', 'S', 'SPAN', 'STRIKE', 'STRONG', 'U']);
+
+/** Knows how long a note is: only paragraphs that the browser reports as changed are measured again. */
+class Ledger {
+	#root;
+	#observer;
+	/** @type {Map<Node, number> | null} */
+	#lengths = null;
+	/** @type {Set<Node>} */
+	#touched = new Set();
+	#sum = 0;
+
+	/** @param {HTMLElement} root */
+	constructor(root) {
+		this.#root = root;
+		this.#observer = new MutationObserver((records) => this.#note(records));
+		this.#observer.observe(root, { subtree: true, childList: true, characterData: true });
+	}
+
+	/** Forgets what happened: the note is another one. */
+	reset() {
+		this.#observer.takeRecords();
+		this.#touched.clear();
+		this.#lengths = null;
+	}
+
+	/** The note's characters, paragraph breaks among them, and its paragraphs. */
+	totals() {
+		this.#settle();
+		const paragraphs = this.#lengths?.size ?? 0;
+		return { characters: this.#sum + Math.max(0, paragraphs - 1), paragraphs };
+	}
+
+	/** @param {Node} paragraph */
+	length(paragraph) {
+		this.#settle();
+		return this.#lengths?.get(paragraph) ?? 0;
+	}
+
+	/** @param {MutationRecord[]} records */
+	#note(records) {
+		if (!this.#lengths) return;
+		for (const { target, addedNodes, removedNodes } of records) {
+			this.#touch(target);
+			for (const node of [...addedNodes, ...removedNodes]) {
+				this.#touch(node);
+				for (const child of node.childNodes) this.#touch(child);
+			}
+		}
+	}
+
+	/** @param {Node} changed */
+	#touch(changed) {
+		for (let node = /** @type {Node | null} */ (changed); node && node !== this.#root; node = node.parentNode) {
+			if (this.#lengths?.has(node) || isParagraph(this.#root, node)) this.#touched.add(node);
+		}
+	}
+
+	#settle() {
+		this.#note(this.#observer.takeRecords());
+		if (!this.#lengths) {
+			this.#lengths = new Map();
+			this.#sum = 0;
+			for (const paragraph of paragraphsOf(this.#root)) this.#touched.add(paragraph);
+		}
+		for (const paragraph of this.#touched) {
+			this.#sum -= this.#lengths.get(paragraph) ?? 0;
+			this.#lengths.delete(paragraph);
+			if (!isParagraph(this.#root, paragraph)) continue;
+			const length = lengthOf(paragraph);
+			this.#lengths.set(paragraph, length);
+			this.#sum += length;
+		}
+		this.#touched.clear();
+	}
+}
+
+/** What belongs to one rendered note. */
+export class Note {
+	/** @param {HTMLElement} root */
+	constructor(root) {
+		this.root = root;
+		this.painter = new Painter(root.ownerDocument);
+		this.reader = new FormatReader();
+		this.ledger = new Ledger(root);
+		this.history = new History(this);
+		/** What an input method has begun: where, the note's characters then, those of the paragraph behind, and the format that the text is to have where a mark is beside. @type {{start: import('./document-place.mjs').Place, before: number, rest: number, format: import('./document-model.mjs').RunFormat | null} | null} */
+		this.composition = null;
+	}
+
+	/** @param {LooseDocument} document */
+	render(document) {
+		this.painter = new Painter(this.root.ownerDocument);
+		this.reader = new FormatReader();
+		const blocks = document.blocks?.length ? document.blocks : [{}];
+		const paragraphs = blocks.map((block) => this.painter.paragraph(block));
+		/** @type {Numbering} */
+		let numbering = null;
+		blocks.forEach((block, index) => {
+			if (!block.list) return;
+			numbering = continueNumbering(numbering, { ...plainBlock, ...block });
+			setMarker(/** @type {HTMLElement} */ (paragraphs[index]), { ...plainBlock, ...block }, numbering.number);
+		});
+		this.root.style.whiteSpace = 'pre-wrap';
+		this.root.replaceChildren(...chunksOf(this.painter, paragraphs));
+		this.ledger.reset();
+		this.history.clear();
+	}
+
+	/** Makes paragraphs of text that stands beside them, as an input method may leave it. */
+	adopt() {
+		for (const parent of [this.root, ...this.root.querySelectorAll(':scope > [data-chunk]')]) {
+			/** @type {HTMLElement | null} */
+			let home = null;
+			for (const node of [...parent.childNodes]) {
+				const stray = isElement(node)
+					? inlineTags.has(node.tagName)
+					: node.nodeType === 3 && Boolean(node.textContent);
+				if (!stray) {
+					if (isElement(node)) home = null;
+					continue;
+				}
+				if (!home) {
+					home = this.painter.paragraph(plainBlock);
+					node.before(home);
+					home.replaceChildren();
+				}
+				home.append(node);
+			}
+		}
+	}
+
+	/** @returns {WebDocument} */
+	serialize() {
+		this.adopt();
+		const reader = new FormatReader();
+		const blocks = paragraphsOf(this.root).map((paragraph) => reader.block(paragraph));
+		for (const { runs } of blocks)
+			runs.forEach((run, index) => (runs[index] = { ...run, text: sendable(run.text) }));
+		for (const block of blocks) block.runs = block.runs.filter((run) => run.text);
+		return { blocks: blocks.length ? blocks : [{ ...plainBlock, runs: [] }] };
+	}
+
+	/**
+	 * Puts paragraphs in the place of others that stand together. The history does not learn of it.
+	 * @param {readonly HTMLElement[]} removed at least one
+	 * @param {readonly HTMLElement[]} inserted at least one
+	 */
+	replace(removed, inserted) {
+		const [first] = removed;
+		if (!first) return;
+		const chunks = new Set(removed.map((paragraph) => paragraph.parentElement));
+		const lists = [...removed, ...inserted].some((paragraph) => blockFormat(paragraph).list !== 0);
+		first.before(...inserted);
+		const staying = new Set(inserted);
+		for (const paragraph of removed) if (!staying.has(paragraph)) paragraph.remove();
+		for (const chunk of chunks) if (chunk && chunk !== this.root) this.#trim(chunk);
+		if (lists) this.#renumber(inserted);
+	}
+
+	/** Removes an empty chunk, divides a large one. @param {HTMLElement} chunk */
+	#trim(chunk) {
+		const count = chunk.childElementCount;
+		if (!count) chunk.remove();
+		else if (count > 2 * chunkSize) {
+			const rest = /** @type {HTMLElement[]} */ ([...chunk.children].slice(chunkSize));
+			chunk.after(...chunksOf(this.painter, rest));
+		}
+		estimateHeight(chunk);
+	}
+
+	/** Numbers list paragraphs from the first of these on, as far as anything changes. @param {readonly HTMLElement[]} changed */
+	#renumber(changed) {
+		const last = changed.at(-1);
+		/** @type {HTMLElement | null} */
+		let paragraph = changed[0] ?? null;
+		let numbering = paragraph && this.#numberingBefore(paragraph);
+		let within = true;
+		while (paragraph) {
+			const block = blockFormat(paragraph);
+			if (block.list) {
+				numbering = continueNumbering(numbering, block);
+				const same = paragraph.dataset.number === `${numbering.number}`;
+				if (same && !within) return;
+				setMarker(paragraph, block, numbering.number);
+			}
+			if (paragraph === last) within = false;
+			paragraph = sibling(paragraph, 'next');
+		}
+	}
+
+	/** @param {HTMLElement} paragraph @returns {Numbering} */
+	#numberingBefore(paragraph) {
+		let before = sibling(paragraph, 'previous');
+		while (before && before.dataset.number === undefined) before = sibling(before, 'previous');
+		return before && { group: blockFormat(before).listGroup, number: Number(before.dataset.number) };
+	}
+}
+
+/** Text that the host takes: no embedded objects, as dictation leaves them, and no half characters. @param {string} text */
+function sendable(text) {
+	const clean = text.replace(/[\0\ufffc]/g, '');
+	return clean.replace(/[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g, '\ufffd');
+}
+
+/** @type {WeakMap<Element, Note>} */
+const notes = new WeakMap();
+
+/** The note of an element; it lives as long as that. @param {HTMLElement} root */
+export function noteOf(root) {
+	let note = notes.get(root);
+	if (!note) {
+		note = new Note(root);
+		notes.set(root, note);
+	}
+	return note;
+}
+
+/** Shows the document in the element, in place of what was there. @param {HTMLElement} root @param {LooseDocument} document */
+export const render = (root, document) => noteOf(root).render(document);
+
+/** The document that the element shows. @param {HTMLElement} root */
+export const serialize = (root) => noteOf(root).serialize();
+
+/** Takes the last change to the note back. Whether there was one. @param {HTMLElement} root */
+export const undo = (root) => noteOf(root).history.undo();
+
+/** Makes the change that was taken back last again. Whether there was one. @param {HTMLElement} root */
+export const redo = (root) => noteOf(root).history.redo();
