@@ -245,7 +245,7 @@ function ownerText() {
 	if (remoteState.editor) {
 		return `${t('RemoteEditing')} · ${remoteState.editor}`;
 	}
-	return t(model?.editable === false ? 'RemoteReadOnly' : 'RemoteClickEdit');
+	return t(client.scene && !model?.editable ? 'RemoteReadOnly' : 'RemoteClickEdit');
 }
 
 function updateStatus() {
@@ -312,8 +312,8 @@ async function start() {
 	}
 	input('device').value = deviceName();
 	client.access = accessToken();
+	button('connect').disabled = !client.access;
 	if (!client.access) {
-		button('connect').disabled = true;
 		showNotice('RemoteFailure', { retry: false });
 		return;
 	}
@@ -672,7 +672,7 @@ async function load(id, restoresDraft = true) {
 	client.sequence = client.savedSequence = 0;
 	ui.scenes.value = id;
 	const draft = restoresDraft ? settledDraft(id, model) : null;
-	if (!notice?.isLasting) clearNotice();
+	if (!notice?.isLasting || !keepsPlace) clearNotice();
 	if (!draft) {
 		show(model, keepsPlace);
 	} else {
@@ -1679,6 +1679,7 @@ async function togglePlay() {
 	}
 	await finishEdit();
 	if (client.editing || isScrolling()) return;
+	if (notice?.isLasting) clearNotice();
 	if (isPressed(button('countdown'))) {
 		countDown(3);
 	} else {
