@@ -22,8 +22,8 @@ import {
 	sliceRuns,
 	updateParagraphs,
 } from './document-model.mjs';
-import { blockFormat, paragraphsOf, paragraphText, sibling } from './document-view.mjs';
-import { lengthOf, noteOf } from './document-note.mjs';
+import { blockFormat, lengthOf, paragraphsOf, paragraphText, sibling } from './document-view.mjs';
+import { noteOf } from './document-note.mjs';
 import {
 	endOf,
 	isEmpty,

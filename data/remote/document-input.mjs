@@ -8,8 +8,8 @@
  */
 
 import { joinRuns, lineSeparator, maxNoteCharacters, maxParagraphCharacters, sliceRuns } from './document-model.mjs';
-import { sibling } from './document-view.mjs';
-import { lengthOf, noteOf } from './document-note.mjs';
+import { lengthOf, sibling } from './document-view.mjs';
+import { noteOf } from './document-note.mjs';
 import { isEmpty, paragraphAt, rangeOf, select, selectedRange, selectedStretch, stretchOf } from './document-place.mjs';
 import {
 	acceptsEdit,

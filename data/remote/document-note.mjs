@@ -4,17 +4,15 @@
 
 /** A rendered note: making it, reading it, counting it without walking it, and exchanging paragraphs in it. */
 
-import { plainBlock } from './document-model.mjs';
+import { joinRuns, plainBlock, runsLength } from './document-model.mjs';
 import {
 	blockFormat,
-	chunkSize,
-	chunksOf,
 	continueNumbering,
-	estimateHeight,
 	FormatReader,
 	isElement,
 	isParagraph,
-	leavesOf,
+	isHeavy,
+	lengthOf,
 	Painter,
 	paragraphsOf,
 	setMarker,
@@ -25,9 +23,6 @@ import { History } from './document-history.mjs';
 /** @typedef {import('./document-model.mjs').WebDocument} WebDocument */
 /** @typedef {import('./document-model.mjs').LooseDocument} LooseDocument */
 /** @typedef {import('./document-view.mjs').Numbering} Numbering */
-
-/** @param {Node} paragraph */
-export const lengthOf = (paragraph) => leavesOf(paragraph).reduce((sum, leaf) => sum + leaf.length, 0);
 
 /** What stands in a paragraph and never for one. */
 const inlineTags = new Set(['A', 'B', 'BR', 'DEL', 'EM', 'FONT', 'I', 'S', 'SPAN', 'STRIKE', 'STRONG', 'U']);
@@ -49,11 +44,12 @@ class Ledger {
 		this.#observer.observe(root, { subtree: true, childList: true, characterData: true });
 	}
 
-	/** Forgets what happened: the note is another one. */
-	reset() {
+	/** Starts anew: the note is another one, its paragraphs of these lengths. @param {[Node, number][]} lengths */
+	reset(lengths) {
 		this.#observer.takeRecords();
 		this.#touched.clear();
-		this.#lengths = null;
+		this.#lengths = new Map(lengths);
+		this.#sum = lengths.reduce((sum, [, length]) => sum + length, 0);
 	}
 
 	/** The note's characters, paragraph breaks among them, and its paragraphs. */
@@ -99,7 +95,7 @@ class Ledger {
 			this.#sum -= this.#lengths.get(paragraph) ?? 0;
 			this.#lengths.delete(paragraph);
 			if (!isParagraph(this.#root, paragraph)) continue;
-			const length = lengthOf(paragraph);
+			const length = lengthOf(/** @type {HTMLElement} */ (paragraph));
 			this.#lengths.set(paragraph, length);
 			this.#sum += length;
 		}
@@ -122,7 +118,8 @@ export class Note {
 
 	/** @param {LooseDocument} document */
 	render(document) {
-		this.painter = new Painter(this.root.ownerDocument);
+		this.root.replaceChildren();
+		this.painter = new Painter(this.root.ownerDocument, this.#width());
 		this.reader = new FormatReader();
 		const blocks = document.blocks?.length ? document.blocks : [{}];
 		const paragraphs = blocks.map((block) => this.painter.paragraph(block));
@@ -134,9 +131,15 @@ export class Note {
 			setMarker(/** @type {HTMLElement} */ (paragraphs[index]), { ...plainBlock, ...block }, numbering.number);
 		});
 		this.root.style.whiteSpace = 'pre-wrap';
-		this.root.replaceChildren(...chunksOf(this.painter, paragraphs));
-		this.ledger.reset();
+		this.root.replaceChildren(...this.painter.chunks(paragraphs));
+		this.ledger.reset(paragraphs.map((paragraph, index) => [paragraph, runsLength(blocks[index]?.runs)]));
 		this.history.clear();
+	}
+
+	/** Of a line of the note, in em. */
+	#width() {
+		const size = parseFloat(getComputedStyle(this.root).fontSize);
+		return size ? this.root.clientWidth / size : 0;
 	}
 
 	/** Makes paragraphs of text that stands beside them, as an input method may leave it. */
@@ -167,9 +170,8 @@ export class Note {
 		this.adopt();
 		const reader = new FormatReader();
 		const blocks = paragraphsOf(this.root).map((paragraph) => reader.block(paragraph));
-		for (const { runs } of blocks)
-			runs.forEach((run, index) => (runs[index] = { ...run, text: sendable(run.text) }));
-		for (const block of blocks) block.runs = block.runs.filter((run) => run.text);
+		for (const block of blocks)
+			if (block.runs.some((run) => unsendable.test(run.text))) block.runs = sendable(block.runs);
 		return { blocks: blocks.length ? blocks : [{ ...plainBlock, runs: [] }] };
 	}
 
@@ -192,13 +194,10 @@ export class Note {
 
 	/** Removes an empty chunk, divides a large one. @param {HTMLElement} chunk */
 	#trim(chunk) {
-		const count = chunk.childElementCount;
-		if (!count) chunk.remove();
-		else if (count > 2 * chunkSize) {
-			const rest = /** @type {HTMLElement[]} */ ([...chunk.children].slice(chunkSize));
-			chunk.after(...chunksOf(this.painter, rest));
-		}
-		estimateHeight(chunk);
+		if (!chunk.childElementCount) chunk.remove();
+		else if (isHeavy(chunk)) {
+			chunk.replaceWith(...this.painter.chunks(/** @type {HTMLElement[]} */ ([...chunk.children])));
+		} else this.painter.estimateHeight(chunk);
 	}
 
 	/** Numbers list paragraphs from the first of these on, as far as anything changes. @param {readonly HTMLElement[]} changed */
@@ -229,10 +228,14 @@ export class Note {
 	}
 }
 
-/** Text that the host takes: no embedded objects, as dictation leaves them, and no half characters. @param {string} text */
-function sendable(text) {
-	const clean = text.replace(/[\0\ufffc]/g, '');
-	return clean.replace(/[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g, '\ufffd');
+// Embedded objects, as dictation leaves them, and half characters: the host would refuse the whole note for one.
+const unsendable = /[\0\ufffc]|[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/;
+
+/** @param {import('./document-model.mjs').Run[]} runs */
+function sendable(runs) {
+	const all = new RegExp(unsendable, 'g');
+	const clean = (/** @type {string} */ found) => (/[\0\ufffc]/.test(found) ? '' : '\ufffd');
+	return joinRuns(runs.map((run) => ({ ...run, text: run.text.replace(all, clean) })));
 }
 
 /** @type {WeakMap<Element, Note>} */

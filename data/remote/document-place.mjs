@@ -4,24 +4,17 @@
 
 /** Places in a rendered note: as the browser has them, in a paragraph, and counted from the note's start. */
 
-import { isElement, isParagraph, leavesOf, paragraphsOf, paragraphText, sibling } from './document-view.mjs';
+import { isElement, isParagraph, leavesOf, lengthOf, paragraphsOf, paragraphText, sibling } from './document-view.mjs';
 
 /** @typedef {import('./document-view.mjs').Leaf} Leaf */
 /** A place between two characters of a paragraph. @typedef {{paragraph: HTMLElement, offset: number}} Place */
 /** What lies between two places, the first one first. @typedef {{start: Place, end: Place}} Stretch */
 /** @typedef {Pick<Range, 'startContainer' | 'startOffset' | 'endContainer' | 'endOffset' | 'collapsed'>} AnyRange */
 
-/** @param {Iterable<Leaf>} leaves */
-function total(leaves) {
-	let length = 0;
-	for (const leaf of leaves) length += leaf.length;
-	return length;
-}
-
 /** @param {HTMLElement} paragraph @returns {Place} */
 export const startOf = (paragraph) => ({ paragraph, offset: 0 });
 /** @param {HTMLElement} paragraph @returns {Place} */
-export const endOf = (paragraph) => ({ paragraph, offset: total(leavesOf(paragraph)) });
+export const endOf = (paragraph) => ({ paragraph, offset: lengthOf(paragraph) });
 
 /** The paragraph that holds a node. @param {HTMLElement} root @param {Node} node */
 export function paragraphAt(root, node) {

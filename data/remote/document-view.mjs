@@ -32,12 +32,13 @@ import { inheritedFormat } from './document-style.mjs';
 /** @typedef {import('./document-model.mjs').LooseBlock} LooseBlock */
 /** @typedef {import('./document-model.mjs').WebDocument} WebDocument */
 
-/** Paragraphs of a new chunk; one that has grown to twice as many is divided. */
-export const chunkSize = 200;
+/** The weight of a new chunk, 200 short paragraphs; one that has grown to twice as much is divided. */
+const chunkWeight = 240;
 /** One step of indentation. */
 const indentStepEm = 1.4;
-/** The height that a paragraph is taken to have until it was in view once. */
-const paragraphHeightEm = 1.5;
+/** The height that a line, and the width that a character is taken to have in what was not in view yet. */
+const lineHeightEm = 1.5;
+const characterWidthEm = 0.5;
 
 // --- Elements --------------------------------------------------------------------------------------------------------
 
@@ -66,20 +67,45 @@ export class Painter {
 	/** @type {Map<string, HTMLElement>} */
 	#paragraphs = new Map();
 	#document;
+	#columns;
 
-	/** @param {Document} document whose elements are made */
-	constructor(document) {
+	/** @param {Document} document whose elements are made @param {number} [width] of the note, in em; 0 where it is not shown */
+	constructor(document, width = 0) {
 		this.#document = document;
+		this.#columns = (width || 40) / characterWidthEm;
 	}
 
-	/** A chunk of paragraphs. @param {readonly Node[]} paragraphs */
-	chunk(paragraphs) {
+	/** Groups paragraphs in chunks. @param {readonly HTMLElement[]} paragraphs */
+	chunks(paragraphs) {
+		/** @type {HTMLElement[]} */
+		const chunks = [];
+		let [first, weight] = [0, 0];
+		paragraphs.forEach((paragraph, index) => {
+			weight += weightOf(paragraph);
+			if (weight < chunkWeight && index < paragraphs.length - 1) return;
+			chunks.push(this.#chunk(paragraphs.slice(first, index + 1)));
+			[first, weight] = [index + 1, 0];
+		});
+		return chunks;
+	}
+
+	/** @param {readonly HTMLElement[]} paragraphs */
+	#chunk(paragraphs) {
 		const chunk = this.#document.createElement('div');
 		chunk.dataset.chunk = '';
 		chunk.style.setProperty('content-visibility', 'auto');
 		chunk.append(...paragraphs);
-		estimateHeight(chunk);
+		this.estimateHeight(chunk);
 		return chunk;
+	}
+
+	/** How high a chunk is taken to be until it was in view once. @param {HTMLElement} chunk */
+	estimateHeight(chunk) {
+		let lines = 0;
+		for (const paragraph of chunk.children) {
+			lines += Math.max(1, Math.ceil((paragraph.textContent?.length ?? 0) / this.#columns));
+		}
+		chunk.style.setProperty('contain-intrinsic-block-size', `auto ${lines * lineHeightEm}em`);
 	}
 
 	/**
@@ -205,21 +231,14 @@ export class Painter {
 	}
 }
 
-/** The height of a chunk that was never in view. @param {HTMLElement} chunk */
-export function estimateHeight(chunk) {
-	chunk.style.setProperty('contain-intrinsic-block-size', `auto ${chunk.childElementCount * paragraphHeightEm}em`);
-}
+/** What a paragraph costs the browser, more or less. @param {Element} paragraph */
+const weightOf = (paragraph) => 1 + paragraph.childElementCount / 5 + (paragraph.textContent?.length ?? 0) / 100;
 
-/**
- * Groups paragraphs in chunks.
- * @param {Painter} painter
- * @param {readonly HTMLElement[]} paragraphs
- */
-export function chunksOf(painter, paragraphs) {
-	const chunks = [];
-	for (let i = 0; i < paragraphs.length; i += chunkSize)
-		chunks.push(painter.chunk(paragraphs.slice(i, i + chunkSize)));
-	return chunks;
+/** Whether a chunk is to be divided. @param {Element} chunk */
+export function isHeavy(chunk) {
+	let weight = 0;
+	for (const paragraph of chunk.children) weight += weightOf(paragraph);
+	return chunk.childElementCount > 1 && weight > 2 * chunkWeight;
 }
 
 // --- Paragraphs ------------------------------------------------------------------------------------------------------
@@ -312,12 +331,24 @@ function withoutPlaceholders(leaves, hasText) {
 export const leafText = (leaf) => (leaf.node.nodeType === 3 ? /** @type {Text} */ (leaf.node).data : '\n');
 
 /** A paragraph's characters; a line break within it is a line feed. @param {HTMLElement} paragraph */
-export const paragraphText = (paragraph) => leavesOf(paragraph).map(leafText).join('');
+export const paragraphText = (paragraph) =>
+	hasBreaks(paragraph) ? leavesOf(paragraph).map(leafText).join('') : (paragraph.textContent ?? '');
+
+/** @param {HTMLElement} paragraph */
+export const lengthOf = (paragraph) =>
+	hasBreaks(paragraph)
+		? leavesOf(paragraph).reduce((sum, leaf) => sum + leaf.length, 0)
+		: (paragraph.textContent?.length ?? 0);
+
+/** @param {HTMLElement} paragraph */
+const hasBreaks = (paragraph) => paragraph.querySelector('br:not([data-filler])') !== null;
 
 /** Reads formats, each one once. */
 export class FormatReader {
 	/** @type {Map<string, RunFormat>} */
 	#stored = new Map();
+	/** @type {Map<string, BlockFormat>} */
+	#blocks = new Map();
 
 	/** The format of what stands in a node of a paragraph. @param {Node | null} node @param {Node} paragraph @returns {RunFormat} */
 	formatAt(node, paragraph) {
@@ -351,7 +382,13 @@ export class FormatReader {
 
 	/** @param {HTMLElement} paragraph @returns {Block} */
 	block(paragraph) {
-		return { ...blockFormat(paragraph), runs: this.runs(paragraph) };
+		const stored = paragraph.dataset.block ?? '';
+		let format = this.#blocks.get(stored);
+		if (!format) {
+			format = blockFormat(paragraph);
+			this.#blocks.set(stored, format);
+		}
+		return { ...format, runs: this.runs(paragraph) };
 	}
 }
 

@@ -30,13 +30,23 @@ async function respond(request, response) {
 	}
 }
 
-/** Opens the browser: `page()` makes a page with `note`, the document module, and `root`, an editable element. */
-export async function openBrowser() {
+/**
+ * Opens the browser, with more arguments where given: `page()` makes a page with `note`, the document module, and
+ * `root`, an editable element.
+ */
+export async function openBrowser(...options) {
 	const server = createServer(respond);
 	await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
 	const browser = await chromium.launch({
 		executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
-		args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking'],
+		args: [
+			'--no-sandbox',
+			'--disable-gpu',
+			'--disable-quic',
+			'--no-first-run',
+			'--disable-background-networking',
+			...options,
+		],
 	});
 	const page = async () => {
 		const opened = await browser.newPage({ viewport: { width: 800, height: 600 } });
