@@ -610,7 +610,8 @@ async function onChanged(changed) {
 	if (isUnlocked) clearNotice();
 	if (client.draftProblem) {
 		// The draft still waits for its decision: ask again, or see that the host has the text.
-		await (isUnlocked && hasScene(client.scene) ? load(client.scene) : undefined);
+		const isOpen = isUnlocked || changed.includes(client.scene);
+		await (isOpen && hasScene(client.scene) ? load(client.scene) : undefined);
 	} else if (!client.acquiring && !client.finishing) {
 		await showTarget(changed.includes(client.scene));
 	}
@@ -860,7 +861,10 @@ function listenForDrafts() {
 			event.preventDefault();
 		}
 	});
-	addEventListener('pagehide', keepUnsaved);
+	addEventListener('pagehide', () => {
+		keepUnsaved();
+		if (client.editing && !isUnsaved()) releaseQuietly();
+	});
 }
 
 /** Stores what the host does not have yet. */
@@ -1145,10 +1149,12 @@ function documentRange() {
 
 /** Gives the document its focus and selection back after a control had them. */
 function restoreSelection() {
-	if (document.activeElement !== article) {
-		article.focus({ preventScroll: true });
-	}
-	if (!documentRange() && lastRange && article.contains(lastRange.commonAncestorContainer)) selectRange(lastRange);
+	const range = documentRange();
+	if (range && document.activeElement === article) return;
+	// The focus alone would put the caret at the start.
+	const wanted = lastRange ?? range;
+	article.focus({ preventScroll: true });
+	if (wanted && article.contains(wanted.commonAncestorContainer)) selectRange(wanted);
 }
 
 /** Does one edit of ours if typing is allowed and the limits are kept. @param {() => unknown} operation false: nothing done */
@@ -1157,6 +1163,7 @@ function edit(operation) {
 	restoreSelection();
 	try {
 		if (operation() !== false) {
+			lastRange = documentRange()?.cloneRange() ?? lastRange;
 			edited();
 			revealCaret();
 		}
@@ -1310,10 +1317,10 @@ function listenForTyping() {
 let selectionFrame = 0;
 
 function onSelectionChange() {
+	lastRange = documentRange()?.cloneRange() ?? lastRange;
 	selectionFrame ||= requestAnimationFrame(() => {
 		selectionFrame = 0;
 		const range = documentRange();
-		if (range) lastRange = range.cloneRange();
 		showSelectedCharacters();
 		if (client.editing && range) {
 			showFormat();
