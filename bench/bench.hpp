@@ -101,7 +101,8 @@ inline double median(std::vector<double> values)
 /// Both run in turns, so that the machine's other work meets both; each returns its milliseconds. Prints the medians
 /// and the median of the turns' ratios, which must not be over the budget.
 template <typename Ours, typename Qts>
-bool compare(const char *name, const char *caseName, double budget, int rounds, const Ours &ours, const Qts &qts)
+bool compare(const char *name, const char *caseName, double budget, int rounds, const Ours &ours, const Qts &qts,
+	     const char *peer = "Qt")
 {
 	std::vector<double> ourTimes;
 	std::vector<double> qtTimes;
@@ -118,8 +119,8 @@ bool compare(const char *name, const char *caseName, double budget, int rounds, 
 	}
 	const double ratio = median(ratios);
 	const bool isWithin = ratio <= budget;
-	std::printf("%-10s %s  ours %8.3f ms, Qt %8.3f ms, ratio %.2f, budget %.2f%s\n", name, caseName,
-		    median(ourTimes), median(qtTimes), ratio, budget, isWithin ? "" : "  OVER");
+	std::printf("%-10s %s  ours %8.3f ms, %s %8.3f ms, ratio %.2f, budget %.2f%s\n", name, caseName,
+		    median(ourTimes), peer, median(qtTimes), ratio, budget, isWithin ? "" : "  OVER");
 	std::fflush(stdout);
 	return isWithin;
 }

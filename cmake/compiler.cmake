@@ -26,6 +26,14 @@ if(QUILLBAY_SANITIZE)
   target_link_options(quillbay_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(QUILLBAY_FUZZ)
+  target_compile_options(
+    quillbay_options
+    INTERFACE -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer
+  )
+  target_link_options(quillbay_options INTERFACE -fsanitize=address,undefined)
+endif()
+
 # The host's headers use GNU extensions: they are the host's, not ours to warn about.
 foreach(host OBS::libobs OBS::obs-frontend-api)
   get_target_property(host_includes ${host} INTERFACE_INCLUDE_DIRECTORIES)

@@ -140,9 +140,7 @@ void Dock::showLoadedNote(obs_source_t *scene, const QString &html, const QStrin
 	showStatus(unavailable ? error : text(scene ? "Loaded" : "SelectScene"));
 	updateDocumentStatus();
 	resetSearch();
-	if (remote) {
-		remote->stateChanged();
-	}
+	remote->stateChanged();
 }
 
 void Dock::rememberTarget(obs_source_t *scene)
@@ -207,9 +205,7 @@ void Dock::noteEdited()
 	}
 	setFormatPainter(false, false);
 	dirty = true;
-	if (remote) {
-		remote->noteChanged(sceneKey);
-	}
+	remote->noteChanged(sceneKey);
 	showStatus(text("Saving"));
 	updateCharacterStatus();
 	saveTimer.start();
@@ -297,6 +293,7 @@ void Dock::sceneRenamed(obs_source_t *scene)
 	if (shutDown || restoring) {
 		return;
 	}
+	remote->stateChanged();
 	if (keyOf(scene) == sceneKey) {
 		bindScene(scene);
 		return;
@@ -327,22 +324,16 @@ void Dock::frontendEvent(obs_frontend_event event)
 	case OBS_FRONTEND_EVENT_FINISHED_LOADING:
 		if (isCollectionReady) {
 			collectionChanging = false;
-			if (remote) {
-				remote->setCollectionChanging(false);
-			}
+			remote->setCollectionChanging(false);
 		}
 		refreshScene();
 		collectionReady = collectionReady || isCollectionReady;
-		if (remote) {
-			remote->stateChanged();
-		}
+		remote->stateChanged();
 		break;
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
 		collectionReady = false;
 		collectionChanging = true;
-		if (remote) {
-			remote->setCollectionChanging(true);
-		}
+		remote->setCollectionChanging(true);
 		flush(false, true);
 		bindScene(nullptr);
 		break;
@@ -356,9 +347,7 @@ void Dock::setLocked(bool isLocked)
 	flush(true, true);
 	locked = isLocked;
 	settings.setValue(QStringLiteral("locked"), locked);
-	if (remote) {
-		remote->lockChanged();
-	}
+	remote->lockChanged();
 	updateReadAction();
 	if (!locked) {
 		pauseScroll();
@@ -430,9 +419,7 @@ void Dock::shutdown()
 		return;
 	}
 	hideGoTo();
-	if (remote) {
-		remote->shutdown();
-	}
+	remote->shutdown();
 	rememberPosition();
 	flush(false, true);
 	pauseScroll();

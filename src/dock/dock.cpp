@@ -103,7 +103,8 @@ QBoxLayout *makeRow(QWidget *parent, int spacing)
 } // namespace
 
 Dock::Dock(const QString &settingsPath, QWidget *parent)
-    : QWidget(parent), settings(settingsPath, QSettings::IniFormat), noteStore(notesFolder(settingsPath))
+    : QWidget(parent), settings(settingsPath, QSettings::IniFormat), noteStore(notesFolder(settingsPath)),
+      remote(std::make_unique<Remote>(*this, settings))
 {
 	setObjectName(QStringLiteral("QuillBayContent"));
 	locked = isOn(settings, "locked", false);
@@ -334,9 +335,6 @@ void Dock::connectSignals()
 	connect(qApp, &QApplication::focusChanged, this, &Dock::focusMoved);
 	connect(readAction, &QAction::toggled, this, &Dock::setLocked);
 	connect(remoteQrButton, &QToolButton::clicked, this, [this] {
-		if (!remote) {
-			return;
-		}
 		const QString url = remote->url();
 		if (!url.isEmpty()) {
 			QGuiApplication::clipboard()->setText(url);

@@ -15,6 +15,7 @@
 #include <QWidget>
 
 #include <functional>
+#include <memory>
 
 #include <obs.hpp>
 #include <obs-frontend-api.h>
@@ -105,6 +106,8 @@ public:
 	void startScroll();
 	/// Stops scrolling or a running countdown; read mode stays.
 	void pauseScroll();
+	/// Whether the text scrolls or the countdown to that runs.
+	[[nodiscard]] bool isScrollingOrCounting() const;
 	/// How much of the note has been scrolled through, from 0.0 to 1.0.
 	[[nodiscard]] double scrollProgress() const;
 
@@ -126,9 +129,13 @@ public:
 	// Meeting points
 
 	[[nodiscard]] NoteStore &store() { return noteStore; }
-	[[nodiscard]] Remote *remoteService() const { return remote; }
-	/// Tells `service` of every change from now on; not owned, and it must outlive the dock's shutdown.
-	void setRemote(Remote *service) { remote = service; }
+	[[nodiscard]] Remote &remoteService() const { return *remote; }
+	/// The bound scene's UUID; empty when no scene is bound.
+	[[nodiscard]] const QString &boundScene() const { return sceneKey; }
+	/// Whether the dock's user has locked editing (read mode).
+	[[nodiscard]] bool isLocked() const { return locked; }
+	/// Whether the bound scene's note could not be loaded.
+	[[nodiscard]] bool isUnavailable() const { return unavailable; }
 
 protected:
 	bool event(QEvent *event) override;
@@ -177,7 +184,6 @@ private:
 	void updateReadingBand();
 	void showPlayFace(const char *textKey, const char *tooltipKey);
 	void restartHold();
-	[[nodiscard]] bool isScrollingOrCounting() const;
 	[[nodiscard]] bool filterReadingKey(const QKeyEvent &event);
 
 	// Tool bars (toolbar.cpp)
@@ -243,7 +249,8 @@ private:
 
 	QSettings settings;
 	NoteStore noteStore;
-	Remote *remote = nullptr;
+	/// Always there; it does nothing before the host has loaded all modules.
+	std::unique_ptr<Remote> remote;
 
 	// The bound scene
 	OBSWeakSource currentScene;

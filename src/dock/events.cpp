@@ -91,9 +91,7 @@ void Dock::showEvent(QShowEvent *event)
 void Dock::hideEvent(QHideEvent *event)
 {
 	setFormatPainter(false, false);
-	if (remote) {
-		remote->hideQr();
-	}
+	remote->hideQr();
 	rememberPosition();
 	pauseScroll();
 	flush(true, true);
@@ -170,7 +168,7 @@ bool Dock::eventFilter(QObject *watched, QEvent *event)
 		resizedViewport(*static_cast<QResizeEvent *>(event));
 	}
 	const bool isClick = type == QEvent::MouseButtonPress || type == QEvent::MouseButtonRelease;
-	if (remote && (type == QEvent::Wheel || type == QEvent::MouseButtonPress)) {
+	if (type == QEvent::Wheel || type == QEvent::MouseButtonPress) {
 		remote->hideQr();
 	}
 	if (watched == editor->viewport() && isClick && filterViewportClick(*static_cast<QMouseEvent *>(event))) {
@@ -240,9 +238,7 @@ void Dock::resizedViewport(const QResizeEvent &event)
 	if (event.size().width() != event.oldSize().width()) {
 		keepPlace();
 	}
-	if (remote) {
-		remote->hideQr();
-	}
+	remote->hideQr();
 	updateReadingBand();
 	const bool hasQrButton = !remoteQrButton->isHidden();
 	editor->setQrSpace(hasQrButton);
@@ -313,7 +309,7 @@ bool Dock::filterEditorKey(const QKeyEvent &event)
 	if (event.key() == Qt::Key_Backspace && event.modifiers() == Qt::NoModifier && removeMarkBeforeCaret()) {
 		return true;
 	}
-	if (remote && remote->hideQr() && event.key() == Qt::Key_Escape) {
+	if (remote->hideQr() && event.key() == Qt::Key_Escape) {
 		return true;
 	}
 	if (isPlainPaste(event)) {

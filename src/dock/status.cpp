@@ -73,9 +73,7 @@ void Dock::updateDocumentStatus()
 	const double range = static_cast<double>(bar->maximum()) - bar->minimum();
 	const double percent = range > 0 ? 100.0 * (bar->value() - bar->minimum()) / range : 0.0;
 	setLabelText(scrollPercent, QString::number(std::lround(percent)) + QLatin1Char('%'));
-	if (remote) {
-		remote->scrollChanged();
-	}
+	remote->scrollChanged();
 }
 
 void Dock::updateCharacterStatus()

@@ -52,9 +52,7 @@ void Dock::setSpeed(double speed)
 		}
 		scrollSlider->setValue(static_cast<int>(std::lround(accepted * 10)));
 	}
-	if (remote) {
-		remote->stateChanged();
-	}
+	remote->stateChanged();
 }
 
 void Dock::startScroll()
@@ -110,9 +108,7 @@ void Dock::beginScroll()
 	updateReadingBand();
 	showPlayFace("Pause", "Pause");
 	showStatus(text("Scrolling"));
-	if (remote) {
-		remote->stateChanged();
-	}
+	remote->stateChanged();
 	editor->setFocus();
 	frameClock.restart();
 }
@@ -127,9 +123,7 @@ void Dock::pauseScroll()
 	readingBand->hide();
 	showPlayFace("Scroll", "ScrollTip");
 	showStatus(text("Paused"));
-	if (remote) {
-		remote->stateChanged();
-	}
+	remote->stateChanged();
 }
 
 bool Dock::isScrollingOrCounting() const

@@ -78,8 +78,8 @@ bool Shell::load(const QString &settingsPath)
 
 void Shell::postLoad()
 {
-	if (dock_ && dock_->remoteService()) {
-		dock_->remoteService()->initialize();
+	if (dock_) {
+		dock_->remoteService().initialize();
 	}
 }
 

@@ -77,7 +77,8 @@ export async function clickScreen([x, y]) {
 	execFileSync('xdotool', ['mousemove', String(x), String(y), 'click', '1'], { env });
 }
 
-async function freePort() {
+/** A port that nobody listens on just now. */
+export async function freePort() {
 	const server = net.createServer().listen(0, '127.0.0.1');
 	await once(server, 'listening');
 	const { port } = server.address();
@@ -179,7 +180,8 @@ export class Host {
 
 	async #connect(port) {
 		this.socket = new OBSWebSocket();
-		const isConnected = () => this.socket.connect(`ws://127.0.0.1:${port}`).catch(() => false);
+		this.socketUrl = `ws://127.0.0.1:${port}`;
+		const isConnected = () => this.socket.connect(this.socketUrl).catch(() => false);
 		await Promise.race([this.died, waitFor('obs-websocket answers', isConnected, 90_000)]);
 	}
 

@@ -89,6 +89,14 @@ obs_source_t *obs_frontend_get_current_preview_scene(void)
 	return obs_source_get_ref(frontend().previewScene);
 }
 
+void obs_frontend_get_scenes(struct obs_frontend_source_list *sources)
+{
+	for (obs_source_t *scene : frontend().scenes) {
+		obs_source_t *reference = obs_source_get_ref(scene);
+		da_push_back(sources->sources, &reference);
+	}
+}
+
 void obs_frontend_save(void)
 {
 	++frontend().saves;

@@ -19,6 +19,8 @@ struct FakeFrontend {
 	bool isStudioMode = false;
 	OBSSource currentScene;
 	OBSSource previewScene;
+	/// In the order of the host's list.
+	std::vector<OBSSource> scenes;
 	/// Whether the host takes the dock.
 	bool acceptsDock = true;
 	QWidget *dock = nullptr;

@@ -7,7 +7,6 @@
 #include "editor/editor.hpp"
 #include "notes/limits.hpp"
 #include "plugin/text.hpp"
-#include "remote/remote.hpp"
 
 #include <QAction>
 #include <QLabel>
@@ -16,31 +15,6 @@
 #include <QToolButton>
 
 namespace quillbay::test {
-
-namespace {
-
-// Notes down what the dock tells it.
-class RecordingRemote : public Remote {
-public:
-	void initialize() override { calls.append(QStringLiteral("initialize")); }
-	void shutdown() override { calls.append(QStringLiteral("shutdown")); }
-	void stateChanged() override { calls.append(QStringLiteral("state")); }
-	void noteChanged(const QString &key) override { calls.append(QStringLiteral("note ") + key); }
-	void scrollChanged() override { ++scrolls; }
-	void lockChanged() override { calls.append(QStringLiteral("lock")); }
-	void setCollectionChanging(bool on) override
-	{
-		calls.append(on ? QStringLiteral("off") : QStringLiteral("on"));
-	}
-	QString url() const override { return QStringLiteral("http://192.0.2.1:8800/#token"); }
-	void toggleQr(QWidget *) override { calls.append(QStringLiteral("qr")); }
-	bool hideQr() override { return false; }
-
-	QStringList calls;
-	int scrolls = 0;
-};
-
-} // namespace
 
 class DockTest : public QObject {
 	Q_OBJECT
@@ -83,7 +57,6 @@ private:
 	void reopen();
 
 	std::unique_ptr<QTemporaryDir> folder;
-	std::unique_ptr<RecordingRemote> remote;
 	std::unique_ptr<Dock> dock;
 	Editor *editor = nullptr;
 	OBSSource first;
@@ -94,20 +67,17 @@ void DockTest::init()
 {
 	frontend() = {};
 	folder = std::make_unique<QTemporaryDir>();
-	remote = std::make_unique<RecordingRemote>();
 	first = makeScene(QStringLiteral("First")).Get();
 	second = makeScene(QStringLiteral("Second")).Get();
 	reopen();
 	frontend().currentScene = first;
 	dock->frontendEvent(OBS_FRONTEND_EVENT_FINISHED_LOADING);
-	remote->calls.clear();
 }
 
 void DockTest::reopen()
 {
 	dock.reset();
 	dock = std::make_unique<Dock>(folder->filePath(QStringLiteral("settings.ini")));
-	dock->setRemote(remote.get());
 	editor = find<Editor>("noteEditor");
 	dock->show();
 	QVERIFY(QTest::qWaitForWindowExposed(dock.get()));
@@ -137,7 +107,6 @@ void DockTest::savesBeforeItSwitches()
 	QCOMPARE(status(), text("Loaded"));
 	type("one");
 	QCOMPARE(status(), text("Saving"));
-	QVERIFY(remote->calls.contains(QStringLiteral("note ") + uuidOf(first)));
 	frontend().currentScene = second;
 	dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_CHANGED);
 	QVERIFY(isOnDisk(first, "one"));
@@ -265,12 +234,10 @@ void DockTest::aCollectionSwitchSavesWithoutAskingTheHost()
 	QVERIFY(isOnDisk(first, "leaving"));
 	QCOMPARE(find<QLabel>("sceneLabel")->text(), text("NoScene"));
 	QCOMPARE(frontend().saves, 0);
-	QCOMPARE(remote->calls.filter(QStringLiteral("off")).size(), 1);
 	frontend().currentScene = second;
 	dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
 	QCOMPARE(find<QLabel>("sceneLabel")->text(), QStringLiteral("Second"));
 	QCOMPARE(frontend().saves, 1);
-	QVERIFY(remote->calls.contains(QStringLiteral("on")));
 }
 
 void DockTest::anEditOutlivesItsScene()
@@ -300,7 +267,7 @@ void DockTest::readModeProtectsTheNote()
 	auto *read = find<QAction>("Read");
 	read->trigger();
 	QVERIFY2(isOnDisk(first, "kept"), "locking saves first");
-	QVERIFY(editor->isReadOnly() && remote->calls.contains(QStringLiteral("lock")));
+	QVERIFY(editor->isReadOnly());
 	type("x");
 	dock->command(Command::InsertTime);
 	QCOMPARE(editor->toPlainText(), QStringLiteral("kept"));
@@ -330,8 +297,6 @@ void DockTest::remoteEdits()
 	const QWidget *viewport = editor->viewport();
 	QVERIFY(qr->isVisible());
 	QCOMPARE(qr->pos(), viewport->mapTo(dock.get(), QPoint(viewport->width() + 2, 4)));
-	QTest::mouseClick(qr, Qt::LeftButton);
-	QVERIFY(remote->calls.contains(QStringLiteral("qr")));
 }
 
 void DockTest::remembersScrollPositions()
@@ -392,7 +357,6 @@ void DockTest::shutdownEndsEverything()
 	type("last words");
 	dock->shutdown();
 	QVERIFY(isOnDisk(first, "last words"));
-	QCOMPARE(remote->calls.filter(QStringLiteral("shutdown")).size(), 1);
 	QCOMPARE(frontend().saves, 0);
 	dock->command(Command::InsertTime);
 	QCOMPARE(editor->toPlainText(), QStringLiteral("last words"));

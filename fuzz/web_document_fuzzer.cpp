@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// What a browser sends for a note, and the note itself: the input is JSON, then a NUL, then the note's HTML.
+
+#include "convert/apply_web_document.hpp"
+#include "convert/web_document.hpp"
+#include "notes/limits.hpp"
+
+#include <QGuiApplication>
+#include <QJsonDocument>
+
+#include <cstdint>
+
+namespace {
+
+using namespace quillbay;
+
+void require(bool isTrue, const char *what)
+{
+	if (!isTrue) {
+		qFatal("%s", what);
+	}
+}
+
+void tryBoth(const QString &html, const QJsonObject &sent)
+{
+	const QString untouched = QStringLiteral("untouched");
+	QString result = untouched;
+	bool isOverLimit = false;
+	if (!applyWebDocument(html, sent, result, &isOverLimit)) {
+		require(result == untouched, "a refusal writes nothing");
+	} else {
+		require(result == html || withinHtmlLimits(result), "a result can be loaded again");
+	}
+	const QJsonObject exported = webDocument(html);
+	if (exported.value(QLatin1StringView("editable")).toBool()) {
+		QString same = untouched;
+		require(applyWebDocument(html, exported, same) && same == html, "an export changes nothing");
+	}
+	(void)plainText(html);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+	static int argc = 1;
+	static char name[] = "fuzz";
+	static char *argv[] = {name, nullptr};
+	static const QGuiApplication application(argc, argv);
+
+	const QByteArray input(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
+	const qsizetype end = input.indexOf('\0');
+	const QString html = end < 0 ? QString() : QString::fromUtf8(input.sliced(end + 1));
+	tryBoth(html, QJsonDocument::fromJson(input.first(end < 0 ? input.size() : end)).object());
+	return 0;
+}

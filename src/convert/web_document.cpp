@@ -1,0 +1,275 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#include "convert/web_document.hpp"
+
+#include "convert/apply_web_document.hpp"
+#include "convert/export_document.hpp"
+#include "notes/html_shape.hpp"
+#include "notes/limits.hpp"
+#include "notes/note_document.hpp"
+
+#include <QJsonArray>
+#include <QTextBlock>
+#include <QTextFrame>
+#include <QTextList>
+
+#include <algorithm>
+#include <optional>
+
+namespace quillbay {
+
+namespace {
+
+constexpr double kPointsPerPixel = 0.75;
+constexpr int kAlignments = Qt::AlignLeft | Qt::AlignRight | Qt::AlignHCenter | Qt::AlignJustify;
+
+// Characters that QTextCursor::insertText makes a paragraph's end of, though Unicode has no meaning for them.
+constexpr char16_t kBeginningOfFrame = 0xfdd0;
+constexpr char16_t kEndOfFrame = 0xfdd1;
+
+bool isPlain(const QBrush &brush)
+{
+	return brush.style() == Qt::NoBrush || (brush.style() == Qt::SolidPattern && brush.color().alpha() == 255);
+}
+
+QString colorName(const QBrush &brush, bool resolved)
+{
+	const bool isShown = resolved ? brush.style() == Qt::SolidPattern && brush.color().alpha() == 255
+				      : brush.style() != Qt::NoBrush;
+	return isShown ? brush.color().name() : QString();
+}
+
+double effectiveSize(const QFont &font)
+{
+	const double size = font.pixelSize() >= 1 ? font.pixelSize() * kPointsPerPixel : font.pointSizeF();
+	return std::clamp(size, 0.0, kMaxPointSize);
+}
+
+int weightOf(const QTextCharFormat &format)
+{
+	return format.hasProperty(QTextFormat::FontWeight) ? format.fontWeight() : kNormalWeight;
+}
+
+QString familyOf(const QTextCharFormat &format)
+{
+	return format.fontFamilies().toStringList().value(0);
+}
+
+bool isEditable(const QTextCharFormat &format)
+{
+	const double size = format.doubleProperty(QTextFormat::FontPointSize);
+	const int weight = weightOf(format);
+	return format.objectType() == QTextFormat::NoObject && !format.isAnchor() &&
+	       !format.hasProperty(QTextFormat::FontPixelSize) &&
+	       format.verticalAlignment() == QTextCharFormat::AlignNormal && isPlain(format.foreground()) &&
+	       isPlain(format.background()) && weight >= kMinWeight && weight <= kMaxWeight && size >= 0 &&
+	       size <= kMaxPointSize && familyOf(format).size() <= kMaxFamilyLength;
+}
+
+bool isEditable(const QTextBlock &block)
+{
+	const int indent = block.blockFormat().indent();
+	if (indent < 0 || indent > kMaxIndent) {
+		return false;
+	}
+	const QTextList *list = block.textList();
+	if (!list) {
+		return true;
+	}
+	const QTextListFormat format = list->format();
+	return format.style() >= kMinListStyle && format.style() < 0 && format.indent() >= 1 &&
+	       format.indent() <= kMaxIndent && format.start() >= 1 && format.start() <= kMaxListStart;
+}
+
+class Exporter {
+public:
+	Exporter(const QTextDocument &document, bool resolved, int listsBefore)
+	    : document_(document), resolved_(resolved), lists_(listsBefore)
+	{
+	}
+
+	QJsonObject result();
+
+private:
+	/// What all fragments of one format share.
+	struct Form {
+		QJsonObject run;
+		bool isEditable = true;
+	};
+
+	bool appendBlock(const QTextBlock &block);
+	QJsonValue runOf(const QTextFragment &fragment);
+	const Form &formOf(const QTextFragment &fragment);
+	QJsonObject runForm(const QTextCharFormat &format) const;
+	QString cleaned(QString text) const;
+	int bounded(int value, int least, int most) const;
+
+	const QTextDocument &document_;
+	const bool resolved_;
+	QHash<int, Form> forms_;
+	ListNumbers lists_;
+	QJsonArray blocks_;
+	int runs_ = 0;
+	bool isEditable_ = true;
+};
+
+QJsonObject Exporter::result()
+{
+	if (!withinTextLimits(document_)) {
+		return {};
+	}
+	isEditable_ = document_.rootFrame()->childFrames().isEmpty();
+	for (QTextBlock block = document_.begin(); block.isValid(); block = block.next()) {
+		if (!appendBlock(block)) {
+			return {};
+		}
+	}
+	return {{QStringLiteral("blocks"), blocks_}, {QStringLiteral("editable"), isEditable_}};
+}
+
+bool Exporter::appendBlock(const QTextBlock &block)
+{
+	QJsonArray runs;
+	for (auto at = block.begin(); !at.atEnd(); ++at) {
+		if (++runs_ > kMaxRuns) {
+			return false;
+		}
+		runs.append(runOf(at.fragment()));
+	}
+	isEditable_ = isEditable_ && isEditable(block);
+	const int align = static_cast<int>(block.blockFormat().alignment()) & kAlignments;
+	const QTextList *list = block.textList();
+	const QTextListFormat format = list ? list->format() : QTextListFormat();
+	const int style = list ? bounded(format.style(), kMinListStyle, 0) : 0;
+	blocks_.append(QJsonObject{
+		{QStringLiteral("align"), align ? align : int(Qt::AlignLeft)},
+		{QStringLiteral("indent"), bounded(block.blockFormat().indent(), 0, kMaxIndent)},
+		{QStringLiteral("list"), style},
+		{QStringLiteral("listGroup"), list ? lists_.of(list) : 0},
+		{QStringLiteral("listIndent"), list ? bounded(format.indent(), 1, kMaxIndent) : 1},
+		{QStringLiteral("listStart"), list ? bounded(format.start(), 1, kMaxListStart) : 1},
+		{QStringLiteral("runs"), runs},
+	});
+	return true;
+}
+
+QJsonValue Exporter::runOf(const QTextFragment &fragment)
+{
+	const Form &form = formOf(fragment);
+	const QString text = fragment.text();
+	isEditable_ = isEditable_ && form.isEditable && isRunText(text);
+	QJsonObject run = form.run;
+	run.insert(QLatin1StringView("text"), resolved_ ? cleaned(text) : text);
+	return run;
+}
+
+const Exporter::Form &Exporter::formOf(const QTextFragment &fragment)
+{
+	const int index = fragment.charFormatIndex();
+	auto known = forms_.find(index);
+	if (known == forms_.end()) {
+		const QTextCharFormat format = fragment.charFormat();
+		known = forms_.insert(index, {runForm(format), isEditable(format)});
+	}
+	return *known;
+}
+
+QJsonObject Exporter::runForm(const QTextCharFormat &format) const
+{
+	const QFont font = resolved_ ? format.font().resolve(document_.defaultFont()) : QFont();
+	return {
+		{QStringLiteral("background"), colorName(format.background(), resolved_)},
+		{QStringLiteral("color"), colorName(format.foreground(), resolved_)},
+		{QStringLiteral("family"), resolved_ ? font.family().left(kMaxFamilyLength) : familyOf(format)},
+		{QStringLiteral("italic"), format.fontItalic()},
+		{QStringLiteral("size"),
+		 resolved_ ? effectiveSize(font) : format.doubleProperty(QTextFormat::FontPointSize)},
+		{QStringLiteral("strike"), format.fontStrikeOut()},
+		{QStringLiteral("text"), QString()},
+		{QStringLiteral("underline"), format.underlineStyle() == QTextCharFormat::SingleUnderline},
+		{QStringLiteral("weight"), bounded(weightOf(format), kMinWeight, kMaxWeight)},
+	};
+}
+
+QString Exporter::cleaned(QString text) const
+{
+	text.remove(QChar::ObjectReplacementCharacter);
+	if (!isRunText(text)) {
+		text.removeIf([](QChar character) { return character.isSurrogate() || !isRunText({&character, 1}); });
+	}
+	return text;
+}
+
+// The basic form is there to be loaded again; the other one says what is there.
+int Exporter::bounded(int value, int least, int most) const
+{
+	return resolved_ ? std::clamp(value, least, most) : value;
+}
+
+} // namespace
+
+QJsonObject exportDocument(const QTextDocument &document, bool resolved, int listsBefore)
+{
+	return Exporter(document, resolved, listsBefore).result();
+}
+
+bool isRunText(QStringView text)
+{
+	const bool isForbidden = std::ranges::any_of(text, [](QChar character) {
+		switch (character.unicode()) {
+		case u'\0':
+		case u'\n':
+		case u'\r':
+		case QChar::ParagraphSeparator:
+		case QChar::ObjectReplacementCharacter:
+		case kBeginningOfFrame:
+		case kEndOfFrame:
+			return true;
+		default:
+			return false;
+		}
+	});
+	return !isForbidden && text.isValidUtf16();
+}
+
+int ListNumbers::of(const QTextList *list)
+{
+	const int next = listsBefore_ + static_cast<int>(numbers_.size()) + 1;
+	const auto known = numbers_.constFind(list);
+	return known != numbers_.constEnd() ? *known : *numbers_.insert(list, next);
+}
+
+std::unique_ptr<QTextDocument> parsed(const QString &html)
+{
+	if (!isWorthParsing(html)) {
+		return {};
+	}
+	auto scratch = NoteDocument::makeScratch();
+	scratch->setHtml(html);
+	return scratch;
+}
+
+QJsonObject webDocument(const QString &html)
+{
+	const auto document = parsed(html);
+	return document ? exportDocument(*document, false) : QJsonObject();
+}
+
+QString plainText(const QString &html)
+{
+	if (!isHarmlessHtml(html)) {
+		return {};
+	}
+	const auto scratch = NoteDocument::makeScratch();
+	scratch->setHtml(html);
+	return scratch->toPlainText().remove(QChar::ObjectReplacementCharacter);
+}
+
+bool basicHtml(const QTextDocument &document, QString &html)
+{
+	const QJsonObject exported = exportDocument(document, true);
+	return !exported.isEmpty() && applyWebDocument({}, exported, html);
+}
+
+} // namespace quillbay
