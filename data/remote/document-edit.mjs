@@ -45,8 +45,8 @@ import {
 
 // --- Limits ----------------------------------------------------------------------------------------------------------
 
-/** @param {HTMLElement} root @param {string} text @param {Stretch} stretch */
-function fits(root, text, stretch) {
+/** Whether the text may take the stretch's place. @param {HTMLElement} root @param {string} text @param {Stretch} stretch */
+export function fits(root, text, stretch) {
 	if (text.length > maxNoteCharacters) return false;
 	const { ledger } = noteOf(root);
 	const { characters, paragraphs } = ledger.totals();
@@ -234,20 +234,28 @@ export function insertMark(root, text, target) {
 /** @param {readonly Run[]} runs @param {number} offset */
 const runBefore = (runs, offset) => sliceRuns(runs, Math.max(0, offset - 1), Math.max(1, offset))[0];
 
-/** The format that text typed at a place gets: no mark's colour outside of it. @param {HTMLElement} root @param {Place} place @returns {RunFormat} */
+/**
+ * The format that text typed at a place gets: that of the character before it. Beside a mark the colour is that of the
+ * text around, which stands after it or else before it.
+ * @param {HTMLElement} root
+ * @param {Place} place
+ * @returns {RunFormat}
+ */
 export function formatAt(root, place) {
 	const { reader } = noteOf(root);
 	const { paragraph, offset } = place;
 	const runs = reader.runs(paragraph);
 	const run = runBefore(runs, offset);
 	if (!run) return reader.typingFormat(paragraph);
-	const mark = markBeside(place);
-	if (!mark) return completeFormat(run);
+	const marks = marksOf(paragraph);
+	if (!marks.some(({ start, end }) => start === offset || end === offset)) return completeFormat(run);
+	const isText = (/** @type {number} */ index) => !marks.some(({ start, end }) => start <= index && index < end);
 	const length = lengthOf(paragraph);
-	const atEnd = mark.end === offset;
-	const beside = (atEnd ? offset < length : offset === 0) ? (atEnd ? offset + 1 : mark.end + 1) : mark.start;
-	const neighbour = beside > 0 && beside <= length ? runBefore(runs, beside) : undefined;
-	return { ...completeFormat(run), color: neighbour?.color ?? '' };
+	let beside = offset;
+	while (beside < length && !isText(beside)) beside++;
+	if (beside === length) for (beside = offset - 1; beside >= 0 && !isText(beside);) beside--;
+	const color = beside < 0 ? '' : (runBefore(runs, beside + 1)?.color ?? '');
+	return { ...completeFormat(run), color };
 }
 
 /** The format of the selection's first character, or of text typed at the caret. @param {HTMLElement} root @returns {RunFormat} */
@@ -352,4 +360,10 @@ export function formatParagraphs(root, key, value) {
 	}));
 	exchangeInPlace(root, paragraphs, blocks, stretch);
 	return true;
+}
+
+/** How the paragraph looks that the selection begins in; null where nothing of the note is selected. @param {HTMLElement} root */
+export function paragraphFormat(root) {
+	const stretch = selectedStretch(root);
+	return stretch && blockFormat(stretch.start.paragraph);
 }

@@ -17,14 +17,20 @@ import { select, selectedStretch } from './document-place.mjs';
 /** @typedef {{change: Exchange | Typing, before: Stretch | null, after: Stretch | null}} Step */
 
 const maxSteps = 300;
+/** Paragraphs that all steps together keep. */
+const maxKeptParagraphs = 100_000;
 /** A pause after which typing is another step, in milliseconds. */
 const typingPauseMs = 1000;
+
+/** @param {Step} step */
+const keptBy = ({ change }) => ('content' in change ? 1 : change.removed.length + change.inserted.length);
 
 export class History {
 	/** @type {Step[]} */
 	#done = [];
 	/** @type {Step[]} */
 	#undone = [];
+	#kept = 0;
 	/** Where and when was typed last; typing elsewhere or later is another step. */
 	#typing = { paragraph: /** @type {HTMLElement | null} */ (null), kind: '', time: 0 };
 	#note;
@@ -35,6 +41,7 @@ export class History {
 	}
 
 	clear() {
+		this.#kept = 0;
 		this.#done = [];
 		this.#undone = [];
 		this.#typing.paragraph = null;
@@ -78,9 +85,13 @@ export class History {
 
 	/** @param {Step} step */
 	#push(step) {
+		for (const lost of this.#undone) this.#kept -= keptBy(lost);
 		this.#undone = [];
 		this.#done.push(step);
-		if (this.#done.length > maxSteps) this.#done.shift();
+		this.#kept += keptBy(step);
+		while (this.#done.length > 1 && (this.#done.length > maxSteps || this.#kept > maxKeptParagraphs)) {
+			this.#kept -= keptBy(/** @type {Step} */ (this.#done.shift()));
+		}
 	}
 
 	/** @param {Step[]} from @param {Step[]} to @param {'before' | 'after'} side */

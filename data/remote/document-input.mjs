@@ -10,9 +10,9 @@
 import { joinRuns, lineSeparator, maxNoteCharacters, maxParagraphCharacters, sliceRuns } from './document-model.mjs';
 import { lengthOf, sibling } from './document-view.mjs';
 import { noteOf } from './document-note.mjs';
-import { isEmpty, paragraphAt, rangeOf, select, selectedRange, selectedStretch, stretchOf } from './document-place.mjs';
+import { isEmpty, paragraphAt, select, selectedRange, selectedStretch, stretchOf } from './document-place.mjs';
 import {
-	acceptsEdit,
+	fits,
 	formatAt,
 	formatParagraphs,
 	formatSelection,
@@ -105,7 +105,7 @@ function decideInsertion(root, event) {
 	if (!stretch) return 'ignored';
 	// What an input method composes is judged when it is done: it cannot be stopped before.
 	const composed = event.isComposing || !event.cancelable;
-	if (!composed && !acceptsEdit(root, text, rangeOf(stretch))) return 'refused';
+	if (!composed && !fits(root, text, stretch)) return 'refused';
 	if (composed || staysNative(event, text, stretch)) {
 		noteOf(root).history.beginTyping(stretch.start.paragraph, 'insert');
 		return 'native';

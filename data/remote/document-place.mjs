@@ -25,11 +25,16 @@ export function paragraphAt(root, node) {
 
 /** Characters of a paragraph before a point in it. @param {HTMLElement} paragraph @param {Node} node @param {number} offset */
 function offsetIn(paragraph, node, offset) {
+	const leaves = leavesOf(paragraph);
+	let before = 0;
+	for (const leaf of leaves) {
+		if (leaf.node === node) return before + Math.min(offset, leaf.length);
+		before += leaf.length;
+	}
 	const point = paragraph.ownerDocument.createRange();
 	point.setStart(node, offset);
-	let before = 0;
-	for (const leaf of leavesOf(paragraph)) {
-		if (leaf.node === node) return before + Math.min(offset, leaf.length);
+	before = 0;
+	for (const leaf of leaves) {
 		// The first leaf at or after the point ends the counting.
 		if (
 			point.comparePoint(

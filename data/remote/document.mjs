@@ -32,6 +32,7 @@ export {
 	insertMark,
 	insertText,
 	markAt,
+	paragraphFormat,
 	selectionFormat,
 } from './document-edit.mjs';
 export {

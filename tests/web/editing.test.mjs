@@ -224,6 +224,27 @@ test('marks are found, inserted, left and deleted whole', async () => {
 	assert.equal(await text(), 'red on');
 	await inPage(() => document.execCommand('undo'));
 	assert.deepEqual(await shownMarks(), ['◆[go]'], "the browser's own undo");
+	// Between two marks it is the text's around them.
+	await inPage(() =>
+		show(
+			[
+				{
+					runs: [
+						{ text: '◆◆', color: '#ffb347' },
+						{ text: 'x', color: '#0000ff' },
+					],
+				},
+			],
+			1,
+		),
+	);
+	await use.page.keyboard.type('y');
+	assert.deepEqual(await inPage(() => runsOf(0).map(({ text, color }) => `${text} ${color}`)), [
+		'◆ #ffb347',
+		'y #0000ff',
+		'◆ #ffb347',
+		'x #0000ff',
+	]);
 	// Typing makes and breaks marks.
 	await inPage(() => show('a [b] c', 2));
 	await use.page.keyboard.type('◆');
