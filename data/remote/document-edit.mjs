@@ -227,6 +227,11 @@ export function insertMark(root, text, target) {
 	if (!made) throw new DocumentError('edit');
 	refreshMarks(root, paragraph);
 	if (text.endsWith(']')) select({ paragraph, offset: offset + text.length - 1 });
+	else if (!text) {
+		// Only another selection makes the browser forget the mark's colour for what is typed next.
+		root.ownerDocument.getSelection()?.removeAllRanges();
+		select({ paragraph, offset });
+	}
 }
 
 // --- Formats of text -------------------------------------------------------------------------------------------------

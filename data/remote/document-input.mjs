@@ -10,7 +10,15 @@
 import { joinRuns, lineSeparator, maxNoteCharacters, maxParagraphCharacters, sliceRuns } from './document-model.mjs';
 import { lengthOf, sibling } from './document-view.mjs';
 import { noteOf } from './document-note.mjs';
-import { isEmpty, paragraphAt, select, selectedRange, selectedStretch, stretchOf } from './document-place.mjs';
+import {
+	isEmpty,
+	isWithinText,
+	paragraphAt,
+	select,
+	selectedRange,
+	selectedStretch,
+	stretchOf,
+} from './document-place.mjs';
 import {
 	fits,
 	formatAt,
@@ -115,19 +123,21 @@ function decideInsertion(root, event) {
 	return 'done';
 }
 
-/** Whether the browser may insert this: plain typing within one paragraph, away from the edges of marks. @param {InputEvent} event @param {string} text @param {Stretch} stretch */
-function staysNative(event, text, { start, end }) {
+/**
+ * Whether the browser may insert this: plain typing in one piece of text, away from the edges of marks. Text that
+ * replaces several pieces would get a mixture of their looks.
+ * @param {InputEvent} event
+ * @param {string} text
+ * @param {Stretch} stretch
+ */
+function staysNative(event, text, stretch) {
 	return (
 		(event.inputType === 'insertText' || event.inputType === 'insertReplacementText') &&
-		start.paragraph === end.paragraph &&
 		!/[\n\r\u2028\u2029]/.test(text) &&
-		!markBeside(start) &&
-		(start.offset === end.offset || !coversAll({ start, end }))
+		!markBeside(stretch.start) &&
+		(isEmpty(stretch) || isWithinText(stretch))
 	);
 }
-
-/** @param {Stretch} stretch */
-const coversAll = ({ start, end }) => start.offset === 0 && end.offset === lengthOf(end.paragraph);
 
 /** @param {HTMLElement} root @param {InputEvent} event @returns {Outcome} */
 function decideDeletion(root, event) {
@@ -139,8 +149,7 @@ function decideDeletion(root, event) {
 		if (outcome) return outcome;
 	}
 	const stretch = targetOf(root, event) ?? selected;
-	const native = stretch.start.paragraph === stretch.end.paragraph && !coversAll(stretch);
-	if (native || !event.cancelable) {
+	if (isWithinText(stretch) || !event.cancelable) {
 		noteOf(root).history.beginTyping(stretch.start.paragraph, 'delete');
 		return 'native';
 	}

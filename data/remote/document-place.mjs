@@ -89,6 +89,17 @@ export function stretchOf(root, range) {
 /** @param {Stretch} stretch */
 export const isEmpty = ({ start, end }) => start.paragraph === end.paragraph && start.offset === end.offset;
 
+/** Whether a stretch lies within one node of text, and is not all of it. @param {Stretch} stretch */
+export function isWithinText({ start, end }) {
+	if (start.paragraph !== end.paragraph) return false;
+	let before = 0;
+	return leavesOf(start.paragraph).some(({ node, length }) => {
+		const within = before <= start.offset && end.offset <= before + length && end.offset - start.offset < length;
+		before += length;
+		return within && node.nodeType === 3;
+	});
+}
+
 /** The paragraphs that a stretch touches, in order. @param {Stretch} stretch */
 export function touched({ start, end }) {
 	const paragraphs = [start.paragraph];
@@ -139,9 +150,26 @@ export function selectedRange(root) {
 /** @param {HTMLElement} root */
 export const selectedStretch = (root) => stretchOf(root, selectedRange(root));
 
+/**
+ * Has the browser lay out the caret's chunk at once: in one that it skips, text typed before the next frame would go
+ * to the nearest line in view.
+ * @param {HTMLElement | null} chunk
+ */
+function wake(chunk) {
+	if (chunk?.dataset.chunk === undefined || chunk.dataset.chunk === 'awake') return;
+	for (const other of chunk.parentElement?.querySelectorAll(':scope > [data-chunk=awake]') ?? []) {
+		if (!isElement(other)) continue;
+		other.dataset.chunk = '';
+		other.style.setProperty('content-visibility', 'auto');
+	}
+	chunk.dataset.chunk = 'awake';
+	chunk.style.setProperty('content-visibility', 'visible');
+}
+
 /** @param {Place} start @param {Place} [end] */
 export function select(start, end = start) {
 	const selection = start.paragraph.ownerDocument.getSelection();
+	wake(start.paragraph.parentElement);
 	selection?.setBaseAndExtent(...pointOf(start), ...pointOf(end));
 }
 

@@ -182,7 +182,7 @@ export class Painter {
 	#markShell() {
 		const shell = this.#document.createElement('span');
 		shell.dataset.mark = '';
-		Object.assign(shell.style, { display: 'inline-block', whiteSpace: 'nowrap', color: markColor });
+		Object.assign(shell.style, { display: 'inline-block', whiteSpace: 'pre', color: markColor });
 		return shell;
 	}
 
