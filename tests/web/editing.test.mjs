@@ -161,6 +161,47 @@ test('keys across paragraphs and chunks do what they do within', async () => {
 	noFailures();
 });
 
+/** What a key makes of a text with a selection: Backspace behind a mark deletes it whole. */
+function pressed(text, key, { start, end }) {
+	let from = start;
+	let to = end;
+	const put = key.endsWith('Enter') ? '\n' : key.length === 1 ? key : '';
+	const mark = [...text.matchAll(/◆(?:\[[^◆\]\n]*\])?/g)].find((match) => match.index + match[0].length === end);
+	if (start === end && key === 'Backspace') from = mark ? mark.index : Math.max(0, start - 1);
+	if (start === end && key === 'Delete') to = end + 1;
+	return text.slice(0, from) + put + text.slice(to);
+}
+
+test('random keys do to a note of many formats what they do to a string', async () => {
+	const looks = [{}, { weight: 700 }, { italic: true, color: '#ff0000' }, { size: 20, family: 'Verdana' }];
+	const texts = (i) => (i % 4 ? ['ab cd ', i % 3 ? 'x◆[m]y' : '◆', i % 6 ? '' : '\u2028', 'tail'] : []);
+	const runs = (i) => texts(i).map((text, j) => ({ ...looks[(i + j) % 4], text }));
+	const blocks = Array.from({ length: 260 }, (_, i) => ({ list: i % 5 ? 0 : -4, listGroup: 1, runs: runs(i) }));
+	await inPage((blocks) => (show(blocks), (window.next = random(5))), blocks);
+	const initial = await inPage(() => JSON.stringify(note.serialize(root)));
+	const keys = ['q', ' ', '◆', '[', ']', 'Enter', 'Shift+Enter', 'Backspace', 'Backspace', 'Delete', 'Delete'];
+	for (let round = 0; round < 150; round++) {
+		const [before, selected, choice] = await inPage(() => {
+			const from = next(note.shownCharacterCount(root) + 1);
+			const to = Math.min(note.shownCharacterCount(root), from + (next(4) ? 0 : next(25)));
+			if (next(3)) note.selectOffsets(root, from, to);
+			return [note.documentText(root), note.selectionOffsets(root), next(99)];
+		});
+		const key = keys[choice % keys.length];
+		await (key === '◆' ? use.page.keyboard.insertText(key) : use.page.keyboard.press(key));
+		const [shown, count, saved] = await inPage(() => {
+			const document = note.serialize(root);
+			const text = document.blocks.map(({ runs }) => runs.map((run) => run.text).join('')).join('\n');
+			return [note.documentText(root), note.shownCharacterCount(root), text.replaceAll('\u2028', '\n')];
+		});
+		assert.equal(shown, pressed(before, key, selected), `${round}: ${key} at ${selected.start} to ${selected.end}`);
+		assert.deepEqual([saved, count], [shown, shown.length], `${round}: ${key}`);
+	}
+	await inPage(() => [...Array(300)].forEach(() => note.undo(root)));
+	assert.equal(await inPage(() => JSON.stringify(note.serialize(root))), initial);
+	noFailures();
+});
+
 test('what the browser offers besides typing is done here or not at all', async () => {
 	const fire = (inputType, data) =>
 		inPage(
