@@ -23,7 +23,12 @@ const inPage = Object.fromEntries(
 
 export default [
 	{ ignores: ['**/node_modules/', 'build/'] },
-	{ files: ['data/remote/**/*.mjs'], languageOptions: { globals: globals.browser }, rules },
+	{
+		files: ['data/remote/**/*.mjs'],
+		languageOptions: { globals: globals.browser },
+		// The host serves three modules, as a phone loads them fastest; their sections stand for files.
+		rules: { ...rules, 'max-lines': 'off' },
+	},
 	{
 		files: ['tests/web/**/*.mjs', 'bench/web/**/*.mjs'],
 		languageOptions: { globals: { ...globals.node, ...globals.browser, ...inPage } },
