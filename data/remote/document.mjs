@@ -338,6 +338,9 @@ const indentStepEm = 1.4;
 /** The height that a line, and the width that a character is taken to have in what was not in view yet. */
 const lineHeightEm = 1.5;
 const characterWidthEm = 0.5;
+/** What a note that is not shown yet is taken to have, in CSS pixels. */
+const fallbackWidth = 640;
+const fallbackFontSize = 16;
 
 // --- Elements --------------------------------------------------------------------------------------------------------
 
@@ -366,12 +369,19 @@ class Painter {
 	/** @type {Map<string, HTMLElement>} */
 	#paragraphs = new Map();
 	#document;
-	#columns;
+	#width;
+	#fontSize;
+	/** How much larger than the note's own the text of a paragraph is. @type {WeakMap<Element, number>} */
+	#scales = new WeakMap();
 
-	/** @param {Document} document whose elements are made @param {number} [width] of the note, in em; 0 where it is not shown */
-	constructor(document, width = 0) {
+	/**
+	 * @param {Document} document whose elements are made
+	 * @param {{width: number, fontSize: number}} view the note's, in CSS pixels; 0 where it is not shown
+	 */
+	constructor(document, { width, fontSize }) {
 		this.#document = document;
-		this.#columns = (width || 40) / characterWidthEm;
+		this.#width = width || fallbackWidth;
+		this.#fontSize = fontSize || fallbackFontSize;
 	}
 
 	/** Groups paragraphs in chunks. @param {readonly HTMLElement[]} paragraphs */
@@ -402,7 +412,9 @@ class Painter {
 	estimateHeight(chunk) {
 		let lines = 0;
 		for (const paragraph of chunk.children) {
-			lines += Math.max(1, Math.ceil((paragraph.textContent?.length ?? 0) / this.#columns));
+			const scale = this.#scales.get(paragraph) ?? 1;
+			const columns = this.#width / (this.#fontSize * scale * characterWidthEm);
+			lines += scale * Math.max(1, Math.ceil((paragraph.textContent?.length ?? 0) / columns));
 		}
 		chunk.style.setProperty('contain-intrinsic-block-size', `auto ${lines * lineHeightEm}em`);
 	}
@@ -414,6 +426,8 @@ class Painter {
 	paragraph(block, typing = plainFormat) {
 		const paragraph = this.#bareParagraph(block);
 		const runs = block.runs ?? [];
+		const size = (runs[0] ?? typing).size ?? 0;
+		if (size > 0) this.#scales.set(paragraph, size / pointsPerPixel / this.#fontSize);
 		const text = runs.length === 1 ? (runs[0]?.text ?? '') : runs.map((run) => run.text ?? '').join('');
 		if (!text) paragraph.append(this.#filler(typing));
 		else if (text.includes('◆')) this.#appendMarked(paragraph, runs, text);
@@ -1139,7 +1153,7 @@ class Note {
 	/** @param {HTMLElement} root */
 	constructor(root) {
 		this.root = root;
-		this.painter = new Painter(root.ownerDocument);
+		this.painter = new Painter(root.ownerDocument, this.#view());
 		this.reader = new FormatReader();
 		this.ledger = new Ledger(root);
 		this.history = new History(this);
@@ -1150,7 +1164,7 @@ class Note {
 	/** @param {LooseDocument} document */
 	render(document) {
 		this.root.replaceChildren();
-		this.painter = new Painter(this.root.ownerDocument, this.#width());
+		this.painter = new Painter(this.root.ownerDocument, this.#view());
 		this.reader = new FormatReader();
 		const blocks = document.blocks?.length ? document.blocks : [{}];
 		const paragraphs = blocks.map((block) => this.painter.paragraph(block));
@@ -1167,10 +1181,8 @@ class Note {
 		this.history.clear();
 	}
 
-	/** Of a line of the note, in em. */
-	#width() {
-		const size = parseFloat(getComputedStyle(this.root).fontSize);
-		return size ? this.root.clientWidth / size : 0;
+	#view() {
+		return { width: this.root.clientWidth, fontSize: parseFloat(getComputedStyle(this.root).fontSize) };
 	}
 
 	/** Makes paragraphs of text that stands beside them, as an input method may leave it. */

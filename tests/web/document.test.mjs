@@ -168,6 +168,30 @@ test('list paragraphs are numbered by group, whatever is done to them', async ()
 	assert.equal(margin, '16.8em');
 });
 
+test('what was not in view yet is taken to be about as high as it is', async () => {
+	const cases = [
+		[1_000, 12, 99],
+		[500, 24, 300],
+		[20, 0, 9_000],
+	];
+	for (const [count, size, length] of cases) {
+		const [taken, real] = await inPage(
+			async ([count, size, length]) => {
+				const text = 'speak this line now '.repeat(500).slice(0, length);
+				note.render(root, {
+					blocks: Array(count).fill({ runs: [{ text, size, family: size ? 'Arial' : '' }] }),
+				});
+				await new Promise((resolve) => requestAnimationFrame(() => setTimeout(resolve)));
+				const taken = root.scrollHeight;
+				for (const chunk of root.children) chunk.style.contentVisibility = 'visible';
+				return [taken, root.scrollHeight];
+			},
+			[count, size, length],
+		);
+		assert.ok(Math.abs(taken / real - 1) < 0.2, `${count} of size ${size}: ${taken} for ${real}`);
+	}
+});
+
 test('HTML becomes a document', async () => {
 	const run = (text, format = {}) => ({ ...arial, ...format, text });
 	const block = (runs, format = {}) => ({
