@@ -104,63 +104,6 @@ test('random edits do to the text what they do to a string, and are undone and m
 	assert.deepEqual(wrong, []);
 });
 
-test('keys across paragraphs and chunks do what they do within', async () => {
-	let model = Array.from({ length: 500 }, (_, index) => (index % 7 ? `p${index}` : '')).join('\n');
-	await inPage((model) => show(model), model);
-	const borders = await inPage(() => {
-		const starts = new Set(Array.from(root.children, (chunk) => chunk.firstElementChild));
-		let offset = 0;
-		return note.paragraphsOf(root).flatMap((paragraph) => {
-			const at = offset;
-			offset += paragraph.textContent.length + 1;
-			return starts.has(paragraph) ? [at] : [];
-		});
-	});
-	assert.ok(borders.length > 2, 'there are chunks');
-	const initial = await inPage(() => JSON.stringify(note.serialize(root)));
-	const edits = [
-		['Backspace', (at) => [at - 1, at, '']],
-		['Delete', (at) => [at, at + 1, '']],
-		['Enter', (at) => [at, at, '\n']],
-		['Shift+Enter', (at) => [at, at, '\n']],
-		['k', (at) => [at, at, 'k']],
-		['Control+Backspace', (at) => [at - 1, at, '']],
-	];
-	for (const [key, edit] of edits) {
-		for (const at of [borders.at(-1), borders[1] - 1]) {
-			// A word's deletion is the same only at a paragraph's edge.
-			if (key === 'Control+Backspace' && at !== borders.at(-1)) continue;
-			const [from, to, put] = edit(at);
-			await inPage(([model, at]) => show(model, at), [model, at]);
-			await use.page.keyboard.press(key);
-			assert.equal(await text(), model.slice(0, from) + put + model.slice(to), `${key} at ${at}`);
-			const caret = { start: from + put.length, end: from + put.length };
-			assert.deepEqual(await inPage(() => note.selectionOffsets(root)), caret, `caret after ${key}`);
-		}
-	}
-	await inPage((model) => show(model), model);
-	await inPage(([start, end]) => note.selectOffsets(root, start, end), [2, borders[1] + 1]);
-	await use.page.keyboard.type('new');
-	model = `${model.slice(0, 2)}new${model.slice(borders[1] + 1)}`;
-	assert.equal(await text(), model, 'typed over chunks');
-	await use.page.keyboard.press('Control+a');
-	await use.page.keyboard.press('Delete');
-	assert.equal(await text(), '');
-	await use.page.keyboard.type('again');
-	assert.equal(await text(), 'again');
-	assert.equal(
-		await inPage(
-			() => (
-				(window.undone = 0),
-				[...Array(99)].forEach(() => note.undo(root)),
-				JSON.stringify(note.serialize(root))
-			),
-		),
-		initial,
-	);
-	noFailures();
-});
-
 /** What a key makes of a text with a selection: Backspace behind a mark deletes it whole. */
 function pressed(text, key, { start, end }) {
 	let from = start;
@@ -172,19 +115,25 @@ function pressed(text, key, { start, end }) {
 	return text.slice(0, from) + put + text.slice(to);
 }
 
-test('random keys do to a note of many formats what they do to a string', async () => {
+test('random keys do to a note of many formats what they do to a string, across chunks too', async () => {
 	const looks = [{}, { weight: 700 }, { italic: true, color: '#ff0000' }, { size: 20, family: 'Verdana' }];
 	const texts = (i) => (i % 4 ? ['ab cd ', i % 3 ? 'x◆[m]y' : '◆', i % 6 ? '' : '\u2028', 'tail'] : []);
 	const runs = (i) => texts(i).map((text, j) => ({ ...looks[(i + j) % 4], text }));
 	const blocks = Array.from({ length: 260 }, (_, i) => ({ list: i % 5 ? 0 : -4, listGroup: 1, runs: runs(i) }));
 	await inPage((blocks) => (show(blocks), (window.next = random(5))), blocks);
 	const initial = await inPage(() => JSON.stringify(note.serialize(root)));
+	assert.ok(await inPage(() => root.children.length > 1), 'there are chunks');
 	const keys = ['q', ' ', '◆', '[', ']', 'Enter', 'Shift+Enter', 'Backspace', 'Backspace', 'Delete', 'Delete'];
 	for (let round = 0; round < 150; round++) {
 		const [before, selected, choice] = await inPage(() => {
-			const from = next(note.shownCharacterCount(root) + 1);
+			// Every fourth at the edge of a chunk.
+			const chunk = root.children[next(root.children.length)];
+			const edge = next(2) ? chunk.firstChild : chunk.lastChild;
+			getSelection().selectAllChildren(edge);
+			const { start, end } = note.selectionOffsets(root);
+			const from = next(4) ? next(note.shownCharacterCount(root) + 1) : next(2) ? start : end;
 			const to = Math.min(note.shownCharacterCount(root), from + (next(4) ? 0 : next(25)));
-			if (next(3)) note.selectOffsets(root, from, to);
+			note.selectOffsets(root, from, to);
 			return [note.documentText(root), note.selectionOffsets(root), next(99)];
 		});
 		const key = keys[choice % keys.length];
@@ -197,6 +146,10 @@ test('random keys do to a note of many formats what they do to a string', async 
 		assert.equal(shown, pressed(before, key, selected), `${round}: ${key} at ${selected.start} to ${selected.end}`);
 		assert.deepEqual([saved, count], [shown, shown.length], `${round}: ${key}`);
 	}
+	await use.page.keyboard.press('Control+a');
+	await use.page.keyboard.press('Delete');
+	await use.page.keyboard.type('again');
+	assert.equal(await text(), 'again');
 	await inPage(() => [...Array(300)].forEach(() => note.undo(root)));
 	assert.equal(await inPage(() => JSON.stringify(note.serialize(root))), initial);
 	noFailures();
