@@ -201,7 +201,10 @@ let notice = null;
  * @param {boolean} [options.reload]
  * @param {boolean} [options.isLasting] the notice outlives the loading of a document
  */
-function showNotice(key, { retry = !withoutRetry.includes(key), reload = key === 'RemoteConflict', isLasting = false } = {}) {
+function showNotice(
+	key,
+	{ retry = !withoutRetry.includes(key), reload = key === 'RemoteConflict', isLasting = false } = {},
+) {
 	notice = { key, isLasting };
 	element('login-error').textContent = ui.login.hidden ? '' : t(key);
 	element('message').textContent = t(key);
@@ -584,12 +587,16 @@ function onEvent(state, type) {
 		}
 		return;
 	}
+	const wasTaken = remoteState.locked || remoteState.localEditing;
 	applyState(state);
-	attempt(() => onChanged(Array.isArray(state.changed) ? state.changed : []));
+	attempt(() => onChanged(Array.isArray(state.changed) ? state.changed : [], wasTaken));
 }
 
-/** @param {string[]} changed the scenes whose notes are others now */
-async function onChanged(changed) {
+/**
+ * @param {string[]} changed the scenes whose notes are others now
+ * @param {boolean} wasTaken the host's user had the notes
+ */
+async function onChanged(changed, wasTaken) {
 	const state = client.remoteState;
 	if (!state) return;
 	const isOther = state.epoch !== client.epoch || (state.editorScene !== '' && state.editorScene !== client.scene);
@@ -606,12 +613,12 @@ async function onChanged(changed) {
 		endEdit();
 		if (isDraft) showNotice(state.locked ? 'RemoteLocked' : 'RemoteConflict');
 	}
-	const isUnlocked = notice?.key === 'RemoteLocked' && !state.locked;
-	if (isUnlocked) clearNotice();
+	if (notice?.key === 'RemoteLocked' && !state.locked) clearNotice();
 	if (client.draftProblem) {
 		// The draft still waits for its decision: ask again, or see that the host has the text.
-		const isOpen = isUnlocked || changed.includes(client.scene);
-		await (isOpen && hasScene(client.scene) ? load(client.scene) : undefined);
+		const isFree = !state.locked && !state.localEditing;
+		const isToAsk = isFree && (wasTaken || changed.includes(client.scene)) && hasScene(client.scene);
+		await (isToAsk ? load(client.scene) : undefined);
 	} else if (!client.acquiring && !client.finishing) {
 		await showTarget(changed.includes(client.scene));
 	}
@@ -848,7 +855,11 @@ function downloadDraft() {
 	const isShown = !draft || note.withinTextLimits(draft.document);
 	const body = document.implementation.createHTMLDocument().body;
 	note.render(body, isShown ? note.serialize(article) : draft.document);
-	saveFile('QuillBay-draft.html', 'text/html;charset=utf-8', `<!doctype html><meta charset="utf-8">${body.outerHTML}`);
+	saveFile(
+		'QuillBay-draft.html',
+		'text/html;charset=utf-8',
+		`<!doctype html><meta charset="utf-8">${body.outerHTML}`,
+	);
 }
 
 function listenForDrafts() {
@@ -883,6 +894,8 @@ const editing = {
 	draftTimer: 0,
 	saveTimer: 0,
 	isComposing: false,
+	/** Where the caret was when a draft was left, as an offset in the document. */
+	caret: 0,
 };
 
 /** @param {boolean} resumes a draft is taken up again */
@@ -941,10 +954,13 @@ function takeLease(model, resumes, point) {
 	// The element was focused before it could be edited: only a new focus opens an on-screen keyboard.
 	article.blur();
 	article.focus({ preventScroll: true });
-	if (range && article.contains(range.startContainer)) selectRange(range);
 	if (resumes) {
+		note.selectOffsets(article, editing.caret);
+		revealCaret();
 		storeDraft();
 		attempt(save);
+	} else if (range && article.contains(range.startContainer)) {
+		selectRange(range);
 	}
 }
 
@@ -968,6 +984,7 @@ function endEdit() {
 	if (client.editing && isUnsaved()) {
 		storeDraft();
 		client.draftProblem = true;
+		editing.caret = note.selectionOffsets(article)?.end ?? 0;
 	}
 	client.editing = false;
 	clearTimeout(editing.draftTimer);
@@ -1267,7 +1284,9 @@ function markAtCaret() {
 function insertMark() {
 	edit(() => {
 		const mark = markAtCaret();
-		return mark && !mark.atEnd ? note.insertMark(article, '', mark.range) : note.insertMark(article, note.defaultMark);
+		return mark && !mark.atEnd
+			? note.insertMark(article, '', mark.range)
+			: note.insertMark(article, note.defaultMark);
 	});
 	showFormat();
 }
@@ -1824,9 +1843,7 @@ function listenForScrolling() {
 	button('top').addEventListener('click', () => attempt(goToTop));
 	button('target').addEventListener('click', toggleTarget);
 	input('speed').addEventListener('input', () => attempt(changeSpeed));
-	button('countdown').addEventListener('click', () =>
-		press(button('countdown'), !isPressed(button('countdown'))),
-	);
+	button('countdown').addEventListener('click', () => press(button('countdown'), !isPressed(button('countdown'))));
 	button('guide').addEventListener('click', () => {
 		press(button('guide'), !isPressed(button('guide')));
 		showPlay();
@@ -1893,7 +1910,12 @@ function playStill() {
 	const pen = canvas.getContext('2d');
 	if (!pen || !canvas.captureStream || !awake.isWanted) return;
 	awake.video ??= document.body.appendChild(document.createElement('video'));
-	Object.assign(awake.video, { className: 'still', muted: true, playsInline: true, srcObject: canvas.captureStream(1) });
+	Object.assign(awake.video, {
+		className: 'still',
+		muted: true,
+		playsInline: true,
+		srcObject: canvas.captureStream(1),
+	});
 	awake.video.setAttribute('aria-hidden', 'true');
 	clearInterval(awake.timer);
 	awake.timer = setInterval(() => pen.fillRect(0, 0, 2, 2), 1_000);
@@ -1987,11 +2009,18 @@ function showSelectedCharacters() {
 	const counter = button('characters');
 	const { start = 0, end = 0 } = (documentRange()?.collapsed === false && note.selectionOffsets(article)) || {};
 	const selected = end - start;
-	const text = selected ? filled('SelectedCharacters', counted(selected)) : filled('CharacterCount', counted(characters));
+	const text = selected
+		? filled('SelectedCharacters', counted(selected))
+		: filled('CharacterCount', counted(characters));
 	if (counter.textContent !== text) counter.textContent = text;
 	const limit = note.maxNoteCharacters;
 	const left = Math.max(0, limit - characters);
-	counter.dataset.details = counter.title = filled('CharacterRemaining', counted(characters), counted(limit), counted(left));
+	counter.dataset.details = counter.title = filled(
+		'CharacterRemaining',
+		counted(characters),
+		counted(limit),
+		counted(left),
+	);
 	counter.setAttribute('aria-description', counter.title);
 }
 
@@ -2075,7 +2104,10 @@ function showMatch(isReached) {
 	aim(() => {
 		const place = range.getBoundingClientRect();
 		const view = article.getBoundingClientRect();
-		const limit = Math.min(scrollRange(), article.scrollTop + place.top - view.top - (view.height - place.height) / 2);
+		const limit = Math.min(
+			scrollRange(),
+			article.scrollTop + place.top - view.top - (view.height - place.height) / 2,
+		);
 		return Math.max(0, limit);
 	});
 }

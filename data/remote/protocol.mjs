@@ -144,12 +144,11 @@ export class Connection {
 			const timer = setTimeout(() => refuse('timeout'), connectTimeoutMs);
 			let /** @type {WebSocket} */ socket;
 			try {
-				socket = new WebSocket(url);
+				socket = this.socket = new WebSocket(url);
 			} catch {
 				refuse('connection');
 				return;
 			}
-			this.socket = socket;
 			socket.onerror = () => socket.close();
 			socket.onclose = (event) => {
 				refuse(event.code === authenticationFailed ? 'authentication' : 'connection');
@@ -158,15 +157,11 @@ export class Connection {
 			};
 			socket.onmessage = ({ data }) => {
 				const message = parsed(data);
-				if (!message) {
-					socket.close();
-				} else if (message.op === opcode.hello) {
+				if (message?.op === opcode.hello) {
 					const refusal = this.#identify(message.d, password, remembered);
 					password = '';
-					if (refusal) {
-						refuse(refusal);
-					}
-				} else if (message.op === opcode.identified) {
+					if (refusal) refuse(refusal);
+				} else if (message?.op === opcode.identified) {
 					clearTimeout(timer);
 					resolve();
 				} else {
@@ -202,9 +197,12 @@ export class Connection {
 		return '';
 	}
 
-	/** @param {Reply} message */
-	#receive({ op, d }) {
-		if (op === opcode.response) {
+	/** @param {Reply | null} message null when it was no message of the protocol */
+	#receive(message) {
+		const { op, d } = message ?? {};
+		if (!message) {
+			this.close();
+		} else if (op === opcode.response) {
 			this.#settle(d ?? {});
 		} else if (op === opcode.event && d?.eventType === 'VendorEvent' && d.eventData?.vendorName === vendorName) {
 			const { eventType, eventData } = d.eventData;
