@@ -543,6 +543,7 @@ function listenForSession() {
 		event.preventDefault();
 		login.password = input('password').value;
 		login.desired = true;
+		login.reconnectDelay = reconnectFirstMs;
 		clearNotice();
 		connect();
 	});
@@ -1659,6 +1660,7 @@ const reading = {
 	manualUntil: 0,
 	scrollDragging: false,
 	localSpeed: 1,
+	isSendingSpeed: false,
 	lastFrame: 0,
 };
 
@@ -1769,7 +1771,7 @@ async function sendScroll(command) {
 /** Brings the controls and the position in line with the host, in its mode. */
 function showHostScrolling() {
 	if (reading.target === 'obs' && client.remoteState) {
-		showSpeed(client.remoteState.speed);
+		if (!reading.isSendingSpeed) showSpeed(client.remoteState.speed);
 		followHost();
 	}
 	showPlay();
@@ -1814,13 +1816,24 @@ async function goToTop() {
 	}
 }
 
+/** A slider that is dragged changes faster than the host answers: one request at a time, the latest value last. */
 async function changeSpeed() {
 	const speed = Number(input('speed').value);
 	showSpeed(speed);
-	if (reading.target === 'obs') {
-		await sendScroll({ command: 'speed', speed });
-	} else {
+	if (reading.target === 'local') {
 		reading.localSpeed = speed;
+		return;
+	}
+	if (reading.isSendingSpeed) return;
+	reading.isSendingSpeed = true;
+	try {
+		let sent = NaN;
+		while (reading.target === 'obs' && sent !== Number(input('speed').value)) {
+			sent = Number(input('speed').value);
+			await sendScroll({ command: 'speed', speed: sent });
+		}
+	} finally {
+		reading.isSendingSpeed = false;
 	}
 }
 
@@ -2199,7 +2212,9 @@ const shortViewPx = 520;
 
 /** Fits the page into what an on-screen keyboard leaves, where the browser does not do it itself. */
 function fitView() {
-	const { height, offsetTop } = visualViewport ?? { height: innerHeight, offsetTop: 0 };
+	const { height, offsetTop, scale } = visualViewport ?? { height: innerHeight, offsetTop: 0, scale: 1 };
+	// Who zooms in with two fingers wants to see a part of the page larger, not another page.
+	if (scale > 1.05) return;
 	const { style } = document.documentElement;
 	style.setProperty('--view-height', `${height}px`);
 	style.setProperty('--view-top', `${offsetTop}px`);
