@@ -194,6 +194,10 @@ const storageNotices = ['RemoteStorageFailed', 'RemoteNoDraft'];
 /** @type {{key: string, isLasting: boolean} | null} */
 let notice = null;
 
+/** Whether trying again may not help, so that the draft can also be given up. @param {string} key */
+const isStuck = (key) =>
+	key === 'RemoteConflict' || (client.draftProblem && key !== 'RemoteDraft' && key !== 'RemoteLocked');
+
 /**
  * @param {string} key the label
  * @param {object} [options]
@@ -201,10 +205,7 @@ let notice = null;
  * @param {boolean} [options.reload]
  * @param {boolean} [options.isLasting] the notice outlives the loading of a document
  */
-function showNotice(
-	key,
-	{ retry = !withoutRetry.includes(key), reload = key === 'RemoteConflict', isLasting = false } = {},
-) {
+function showNotice(key, { retry = !withoutRetry.includes(key), reload = isStuck(key), isLasting = false } = {}) {
 	notice = { key, isLasting };
 	element('login-error').textContent = ui.login.hidden ? '' : t(key);
 	element('message').textContent = t(key);
@@ -695,7 +696,7 @@ async function load(id, restoresDraft = true) {
 function offerDraft(draft, model) {
 	if (!note.withinTextLimits(draft.document)) {
 		show(model, false);
-		showNotice('TextLimit', { reload: true });
+		showNotice('TextLimit');
 		return;
 	}
 	show(draft.document, false);
@@ -775,11 +776,12 @@ function storeDraft(snapshot) {
 	if (old && !note.withinTextLimits(old.document)) return;
 	const draft = { epoch, revision, document: snapshot ?? note.serialize(article) };
 	drafts.set(scene, draft);
+	editing.draftSequence = client.sequence;
 	showCharacters(note.characterCount(draft.document));
 	try {
 		localStorage.setItem(draftKey(scene), JSON.stringify(draft));
 	} catch {
-		showNotice('RemoteNoDraft', { retry: false });
+		showNotice('RemoteNoDraft', { retry: false, reload: false });
 	}
 }
 
@@ -847,7 +849,7 @@ async function discardDraft() {
 	removeDraft(client.scene);
 	client.draftProblem = false;
 	clearNotice();
-	await load(client.scene, false);
+	if (hasScene(client.scene)) await load(client.scene, false);
 	await showTarget(false);
 }
 
@@ -895,6 +897,8 @@ const editing = {
 	draftTimer: 0,
 	saveTimer: 0,
 	isComposing: false,
+	/** The count of edits that the stored draft has. */
+	draftSequence: -1,
 	/** Where the caret was when a draft was left, as an offset in the document. */
 	caret: 0,
 };
@@ -948,6 +952,7 @@ function takeLease(model, resumes, point) {
 	client.acquiring = false;
 	client.sequence = resumes ? 1 : 0;
 	client.savedSequence = 0;
+	editing.draftSequence = -1;
 	clearNotice();
 	if (isOther) show(model, true);
 	const range = isOther || !getSelection()?.rangeCount ? rangeAtPoint(point) : getSelection()?.getRangeAt(0);
@@ -1003,7 +1008,7 @@ function loseEdit(error) {
 /** Something was typed or formatted: it is kept and saved when the user pauses. */
 function edited() {
 	++client.sequence;
-	if (notice && !client.draftProblem) clearNotice();
+	if (notice && notice.key !== 'RemoteNoDraft' && !client.draftProblem) clearNotice();
 	clearTimeout(editing.draftTimer);
 	clearTimeout(editing.saveTimer);
 	editing.draftTimer = setTimeout(storeDraft, draftDelayMs);
@@ -1030,8 +1035,9 @@ async function saveNow() {
 		return;
 	}
 	const { scene, epoch, revision, sequence } = client;
-	const snapshot = note.serialize(article);
-	storeDraft(snapshot);
+	const draft = editing.draftSequence === sequence ? drafts.get(scene) : null;
+	const snapshot = draft?.document ?? note.serialize(article);
+	if (!draft) storeDraft(snapshot);
 	if (!note.withinTextLimits(snapshot)) {
 		showNotice('TextLimit');
 		return;
