@@ -189,14 +189,14 @@ const noticeKeys = {
 	'password-required': 'RemotePasswordRequired',
 };
 const withoutRetry = ['RemoteConflict', 'WordSimplified', 'TextLimit', 'RemoteSelectText'];
+const stuckNotices = ['TextLimit', 'RemoteFormat', 'RemoteTooLarge', 'RemoteStorageFailed'];
 const storageNotices = ['RemoteStorageFailed', 'RemoteNoDraft'];
 
 /** @type {{key: string, isLasting: boolean} | null} */
 let notice = null;
 
-/** Whether trying again may not help, so that the draft can also be given up. @param {string} key */
-const isStuck = (key) =>
-	key === 'RemoteConflict' || (client.draftProblem && key !== 'RemoteDraft' && key !== 'RemoteLocked');
+/** Whether trying again does not help, so that the draft can also be given up. @param {string} key */
+const isStuck = (key) => key === 'RemoteConflict' || (client.draftProblem && stuckNotices.includes(key));
 
 /**
  * @param {string} key the label
@@ -487,7 +487,10 @@ async function keepAlive() {
 		if (link !== connection) return;
 		client.importing?.abort();
 		if (client.editing) loseEdit(error);
-		if (['session', 'timeout', 'disconnected'].includes(codeOf(error))) {
+		const code = codeOf(error);
+		if (code === 'access' && link) {
+			loginFailed(link, error);
+		} else if (['session', 'timeout', 'disconnected', 'disabled'].includes(code)) {
 			connection?.close();
 			onClosed(0);
 		}
@@ -650,7 +653,8 @@ function showNothing(scene, content = note.plainDocument('')) {
 /** @param {WebDocument} content @param {boolean} keepsPlace the reader goes on where it is */
 function show(content, keepsPlace) {
 	const top = keepsPlace ? article.scrollTop : 0;
-	note.render(article, content);
+	const isShown = keepsPlace && comparable(note.serialize(article)) === comparable(content);
+	if (!isShown) note.render(article, content);
 	article.scrollTop = reading.scrollPosition = top;
 	reading.expectedScrollTop = article.scrollTop;
 	showCharacters(note.characterCount(content));
@@ -1366,6 +1370,11 @@ function showFormat() {
 	if (document.activeElement !== input('size')) input('size').value = size ? String(size) : '12';
 	const families = control('family', HTMLSelectElement);
 	families.value = [...families.options].some((option) => option.value === family) ? family : '';
+	const { align, list } = note.paragraphFormat(article) ?? { align: 1, list: 0 };
+	for (const choice of ui.paragraphTools.querySelectorAll('button[data-align]')) {
+		choice.setAttribute('aria-pressed', String(choice.getAttribute('data-align') === String(align)));
+	}
+	control('list', HTMLSelectElement).value = String(list);
 	const mark = markAtCaret();
 	label(button('insert-mark'), t(mark && !mark.atEnd ? 'DeleteMark' : 'InsertMark'));
 }

@@ -127,7 +127,11 @@ export class Visitor {
 		return { name: download.suggestedFilename(), text: fs.readFileSync(await download.path(), 'utf8') };
 	}
 
+	/** Leaves the page, and first what it edits: the host would wait for a device that has just gone. */
 	async close() {
+		await this.page.keyboard.press('Escape');
+		const isDone = () => !document.querySelector('#document').isContentEditable;
+		await this.page.waitForFunction(isDone, null, { timeout: 2000 }).catch(() => {});
 		await this.context.close();
 	}
 }

@@ -111,6 +111,46 @@ test('typing and formatting on a phone reach the note on air, and typing in OBS 
 	assert.equal(await page.getAttribute('#document p >> nth=1', 'data-marker'), '1.');
 });
 
+test('every format that the page knows makes the trip to OBS and back unchanged', async () => {
+	await give(['plain', 'formatted text', 'listed', 'deeper']);
+	const visitor = await visit();
+	const { page } = visitor;
+	const select = async (line) => {
+		await visitor.edit(line);
+		await page.keyboard.press('Home');
+		await page.keyboard.press('Shift+End');
+	};
+	await select(2);
+	for (const id of ['bold', 'italic', 'underline', 'strike', 'apply-color', 'apply-highlight']) {
+		await page.click(`#${id}`);
+	}
+	await page.selectOption('#family', 'Georgia');
+	await page.fill('#size', '21');
+	await page.press('#size', 'Enter');
+	await page.click('[data-align="8"]');
+	await page.click('#indent-more');
+	await page.keyboard.press('End');
+	await page.keyboard.press('Shift+Enter');
+	await visitor.type('after a line break');
+	for (const line of [3, 4]) {
+		await select(line);
+		await page.selectOption('#list', '-8');
+	}
+	await page.click('#indent-more');
+	const exported = () => visitor.download(() => page.selectOption('#export', 'html'));
+	await visitor.edit(1);
+	const { text: before } = await exported();
+	for (const part of ['Georgia', '21pt', 'line-through', '#665b18', 'type="I"', 'justify', 'after a line break']) {
+		assert.ok(before.includes(part), `no ${part} in ${before}`);
+	}
+	await visitor.edit(1);
+	await visitor.type('x');
+	await noteIs(['plainx', 'formatted text', 'after a line break', 'listed', 'deeper']);
+	await page.keyboard.press('Backspace');
+	await noteIs(['plain', 'formatted text', 'after a line break', 'listed', 'deeper']);
+	assert.equal((await exported()).text, before);
+});
+
 test('one device edits; the others see who, and OBS takes the note back without losing a word', async () => {
 	await give(['shared']);
 	const anna = await visit({ name: 'Anna' });
