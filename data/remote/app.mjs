@@ -552,6 +552,8 @@ function listenForSession() {
 		connect();
 	});
 	button('disconnect').addEventListener('click', () => attempt(leave));
+	// A new link opened in this tab.
+	addEventListener('hashchange', () => location.reload());
 	addEventListener('online', reconnectNow);
 	document.addEventListener('visibilitychange', reconnectNow);
 }
@@ -560,7 +562,8 @@ function listenForSession() {
 
 /** @param {Reply} state */
 function applyState(state) {
-	if (typeof state.epoch !== 'string' || !Array.isArray(state.scenes)) return;
+	const isScene = (/** @type {any} */ scene) => typeof scene?.id === 'string' && typeof scene.name === 'string';
+	if (typeof state.epoch !== 'string' || !Array.isArray(state.scenes) || !state.scenes.every(isScene)) return;
 	client.remoteState = /** @type {RemoteState} */ (state);
 	listScenes(client.remoteState.scenes);
 	showHostScrolling();
