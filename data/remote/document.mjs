@@ -433,7 +433,7 @@ class Painter {
 		else if (text.includes('◆')) this.#appendMarked(paragraph, runs, text);
 		else this.#appendRuns(paragraph, runs, 0, text.length, false);
 		// A line break at the very end shows only with something after it.
-		if (/[\n\u2028]$/.test(text)) paragraph.append(this.#filler(plainFormat));
+		if (/[\n\u2028]$/.test(text)) paragraph.append(this.#filler(completeFormat(runs.findLast((run) => run.text))));
 		return paragraph;
 	}
 
@@ -897,8 +897,11 @@ function pointOf({ paragraph, offset }) {
 		if (!text && rest === 0) return [/** @type {Node} */ (node.parentNode), indexOf({ node, length })];
 		rest -= length;
 	}
-	const filler = paragraph.querySelector('br');
-	if (!leaves.length && filler?.parentNode) return [filler.parentNode, indexOf({ node: filler, length: 0 })];
+	// Text typed there gets the filler's format.
+	const filler = /** @type {HTMLElement | null} */ (
+		paragraph.querySelector(leaves.length ? 'br[data-filler]' : 'br')
+	);
+	if (filler?.parentNode) return [filler.parentNode, indexOf({ node: filler, length: 0 })];
 	return [paragraph, paragraph.childNodes.length];
 }
 

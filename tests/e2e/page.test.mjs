@@ -143,6 +143,7 @@ test('every format that the page knows makes the trip to OBS and back unchanged'
 	for (const part of ['Georgia', '21pt', 'line-through', '#665b18', 'type="I"', 'justify', 'after a line break']) {
 		assert.ok(before.includes(part), `no ${part} in ${before}`);
 	}
+	assert.match(before, /Georgia[^>]*>formatted text<br \/>after a line break/);
 	await visitor.edit(1);
 	await visitor.type('x');
 	await noteIs(['plainx', 'formatted text', 'after a line break', 'listed', 'deeper']);
