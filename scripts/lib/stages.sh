@@ -121,16 +121,16 @@ e2e_files() {
 	(cd "$REPO/tests/e2e" && printf '%s\n' *.test.mjs)
 }
 
-# Packages of the end-to-end tests, fetched again only when their list changes.
-install_e2e_packages() {
-	local folder=$REPO/tests/e2e
+# install_packages_of NAME: the packages of a tests' folder, fetched again only when their list changes.
+install_packages_of() {
+	local folder=$REPO/tests/$1
 	[[ -e $folder/package-lock.json ]] || return 0
 	[[ ! $folder/node_modules/.package-lock.json -nt $folder/package-lock.json ]] || return 0
-	step "$(log_folder)/npm.log" "Installing the end-to-end tests' packages" enter npm --prefix "$folder" ci
+	step "$(log_folder)/npm.log" "Installing the packages of the $1 tests" enter npm --prefix "$folder" ci
 }
 
 # What failed stands at the end; without that part, all there is.
-show_e2e_failures() {
+show_node_failures() {
 	if grep -q 'failing tests:' "$1"; then
 		sed -n '/failing tests:/,$p' "$1"
 	else
@@ -138,22 +138,56 @@ show_e2e_failures() {
 	fi
 }
 
-# The end-to-end tests named (files without .test.mjs), or all: in the real host, one after another.
-stage_e2e() {
-	local files=() name results status=0 passed failed
-	build dev
-	install_e2e_packages
-	for name in "$@"; do files+=("$name.test.mjs"); done
-	((${#files[@]})) || mapfile -t files < <(e2e_files)
-	results=$(log_folder)/e2e.tap
+# node_stage STAGE FILE...: files of the tests in Node.js, one after another, counted.
+node_stage() {
+	local stage=$1 results status=0 passed failed
+	shift
+	results=$(log_folder)/$stage.tap
 	rm -f "$results"
-	run_stage e2e env --chdir="$REPO/tests/e2e" QUILLBAY_BUILD="$(build_folder dev)" \
+	run_stage "$stage" env --chdir="$REPO/tests/$stage" QUILLBAY_BUILD="$(build_folder dev)" \
 		QUILLBAY_LOGS="$(log_folder)" node --test --test-concurrency=1 --test-timeout=$((E2E_FILE_LIMIT * 1000)) \
 		--test-reporter=spec --test-reporter-destination=stdout \
-		--test-reporter=tap --test-reporter-destination="$results" "${files[@]}" || status=$?
+		--test-reporter=tap --test-reporter-destination="$results" "$@" || status=$?
 	read -r passed failed < <(awk '/^# pass / { p = $3 } /^# (fail|cancelled) / { f += $3 } END { print p + 0, f + 0 }' \
 		"$results" 2>/dev/null || echo 0 0)
 	if ((status != 0 && failed == 0)) || ((passed + failed == 0)); then failed=$((failed + 1)); fi
-	((failed == 0)) || show_e2e_failures "$(stage_log e2e)" >&2
-	count e2e "$passed" "$failed"
+	((failed == 0)) || show_node_failures "$(stage_log "$stage")" >&2
+	count "$stage" "$passed" "$failed"
+}
+
+# The end-to-end tests named (files without .test.mjs), or all: in the real host.
+stage_e2e() {
+	local files=() name
+	build dev
+	install_packages_of e2e
+	for name in "$@"; do files+=("$name.test.mjs"); done
+	((${#files[@]})) || mapfile -t files < <(e2e_files)
+	node_stage e2e "${files[@]}"
+}
+
+# web_check NAME COMMAND...: one check of the web client's sources.
+web_check() {
+	local name=$1
+	shift
+	if run_stage "web-$name" env --chdir="$REPO" "$@"; then
+		count "web/$name" 1 0
+	else
+		tail -n 60 "$(stage_log "web-$name")" >&2
+		count "web/$name" 0 1
+	fi
+}
+
+# The web client: its style, its types, and its modules in the real browser; or the tests named (without .test.mjs).
+stage_web() {
+	local files=() name tools=tests/web/node_modules/.bin
+	install_packages_of web
+	for name in "$@"; do files+=("$name.test.mjs"); done
+	if ((${#files[@]} == 0)); then
+		web_check lint "$tools/eslint" --config tests/web/eslint.config.mjs data/remote tests/web bench/web
+		web_check format "$tools/prettier" --config tests/web/.prettierrc.json --check \
+			'data/remote/*.mjs' 'tests/web/*.mjs' 'bench/web/*.mjs'
+		web_check types "$tools/tsc" --project tests/web
+		mapfile -t files < <(cd "$REPO/tests/web" && printf '%s\n' *.test.mjs)
+	fi
+	node_stage web "${files[@]}"
 }

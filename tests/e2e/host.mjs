@@ -122,10 +122,12 @@ export class Host {
 	log = '';
 
 	/**
-	 * @param {{module?: boolean, wrap?: (host: Host) => string[], env?: object}} options `module` false leaves ours
-	 * out; `wrap` answers a command that runs the host's command; `env` adds to its environment.
+	 * @param {{module?: boolean, wrap?: (host: Host) => string[], env?: object, password?: string}} options `module`
+	 * false leaves ours out; `wrap` answers a command that runs the host's command; `env` adds to its environment;
+	 * `password` is obs-websocket's, which asks for none without it.
 	 */
-	constructor({ module = true, wrap = () => [], env = {} } = {}) {
+	constructor({ module = true, wrap = () => [], env = {}, password = '' } = {}) {
+		this.password = password;
 		this.wrap = wrap;
 		this.env = env;
 		this.home = fs.mkdtempSync(path.join(scratch, 'home-'));
@@ -139,9 +141,10 @@ export class Host {
 		const folder = path.join(this.config, 'plugin_config/obs-websocket');
 		const settings = {
 			alerts_enabled: false,
-			auth_required: false,
+			auth_required: this.password !== '',
 			first_load: false,
 			server_enabled: true,
+			server_password: this.password,
 			server_port: port,
 		};
 		fs.mkdirSync(folder, { recursive: true });
@@ -181,7 +184,7 @@ export class Host {
 	async #connect(port) {
 		this.socket = new OBSWebSocket();
 		this.socketUrl = `ws://127.0.0.1:${port}`;
-		const isConnected = () => this.socket.connect(this.socketUrl).catch(() => false);
+		const isConnected = () => this.socket.connect(this.socketUrl, this.password || undefined).catch(() => false);
 		await Promise.race([this.died, waitFor('obs-websocket answers', isConnected, 90_000)]);
 	}
 

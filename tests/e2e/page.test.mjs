@@ -1,0 +1,276 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// The page in real browsers, served by the real host.
+
+import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import { after, afterEach, before, test } from 'node:test';
+import { setTimeout as sleep } from 'node:timers/promises';
+import { Visitor, openBrowser, openPageStudio, password, phone, wordFile } from './browser.mjs';
+import { waitFor } from './host.mjs';
+import { text } from './studio.mjs';
+
+let studio;
+let browser;
+const visitors = [];
+before(async () => {
+	[browser, studio] = await Promise.all([openBrowser(), openPageStudio(['One', 'Two'])]);
+});
+after(async () => {
+	await browser?.close();
+	await studio?.kill();
+});
+afterEach(async () => {
+	const complaints = visitors.flatMap((visitor) => visitor.complaints);
+	await Promise.all(visitors.splice(0).map((visitor) => visitor.close()));
+	assert.deepEqual(complaints, []);
+});
+
+async function visit(options) {
+	const visitor = await Visitor.open(browser, studio, options);
+	visitors.push(visitor);
+	return visitor;
+}
+
+/** A note of these lines in the scene on air, saved, and left alone long enough for a device to take it. */
+async function give(lines, scene = 'One') {
+	await studio.show(scene);
+	const isFree = async () => (await studio.get('noteEditor', 'readOnly')) === false;
+	await waitFor('no device has the note', isFree, 20_000);
+	await studio.key('Ctrl+A');
+	await studio.key('Delete');
+	await studio.type(lines.join('\n'));
+	await waitFor(
+		'the note is saved',
+		async () => (await studio.savedText(scene).catch(() => '')) === lines.join('\n'),
+	);
+	await sleep(2200);
+}
+
+const press = (hotkeyName) => studio.call('TriggerHotkeyByName', { hotkeyName: `QuillBay.${hotkeyName}` });
+const noteIs = (lines) => waitFor(`the note is ${lines}`, async () => (await studio.plain()) === lines.join('\n'));
+
+test('logging in: only with the password, then without it, and never without a link', async () => {
+	const visitor = await visit({ login: false });
+	const { page } = visitor;
+	await visitor.login('wrong');
+	await visitor.sees('#login-error', text('RemoteFailure'));
+	visitor.complaints.length = 0;
+	await visitor.login(password);
+	await visitor.sees('#connection', /./);
+	await page.waitForSelector('#document p');
+	await page.reload();
+	await page.waitForSelector('#document p');
+	assert.equal(await page.isVisible('#login'), false);
+	const stored = await page.evaluate(() => JSON.stringify([{ ...localStorage }, { ...sessionStorage }]));
+	assert.equal(stored.includes(password), false);
+	await page.click('#disconnect');
+	await page.waitForSelector('#login:not([hidden])');
+	await page.goto('about:blank');
+	await page.goto(studio.page.replace(/#.*/, '#nothing'));
+	await visitor.sees('#login-error', text('RemoteFailure'));
+	assert.ok(await page.isDisabled('#connect'));
+});
+
+test('typing and formatting on a phone reach the note on air, and typing in OBS the phone', async () => {
+	await give(['first', 'second']);
+	const visitor = await visit({ device: phone });
+	const { page } = visitor;
+	await visitor.edit(2);
+	await visitor.type(' from the phone');
+	await page.keyboard.press('Enter');
+	await visitor.type('third');
+	await visitor.sees('#owner', text('RemoteSaved'));
+	await noteIs(['first', 'second from the phone', 'third']);
+	for (const key of ['Control+z', 'Control+z']) {
+		await page.keyboard.press(key);
+	}
+	await noteIs(['first', 'second from the phone']);
+	await page.keyboard.press('Home');
+	await page.keyboard.press('Control+Shift+ArrowRight');
+	await page.tap('#bold');
+	await page.tap('#apply-color');
+	await page.tap('[data-align="4"]');
+	await page.selectOption('#list', '-4');
+	await page.keyboard.press('End');
+	await page.tap('#insert-mark');
+	await visitor.type('camera 2');
+	const html = await waitFor('the formats are saved', async () => {
+		const { html: saved } = JSON.parse(fs.readFileSync(await studio.noteFile('One'), 'utf8'));
+		return saved.includes('camera 2') && saved;
+	});
+	assert.match(html, /<ol[^>]*>.*<li[^>]*center.*font-weight:700;[^>]*color:#eeeeee;?"[^>]*>second.*from the phone/s);
+	await visitor.sees('#owner', text('RemoteSaved'));
+	await page.tap('#header');
+	await visitor.sees('#owner', text('RemoteClickEdit'));
+	await studio.key('Ctrl+Home');
+	await studio.type('typed in OBS ');
+	await visitor.sees('#document', 'typed in OBS first');
+	assert.deepEqual(await visitor.lines(), ['typed in OBS first', 'second from the phone◆[camera 2]']);
+	assert.equal(await page.getAttribute('#document p >> nth=1', 'data-marker'), '1.');
+});
+
+test('every format that the page knows makes the trip to OBS and back unchanged', async () => {
+	await give(['plain', 'formatted text', 'listed', 'deeper']);
+	const visitor = await visit();
+	const { page } = visitor;
+	const select = async (line) => {
+		await visitor.edit(line);
+		await page.keyboard.press('Home');
+		await page.keyboard.press('Shift+End');
+	};
+	await select(2);
+	for (const id of ['bold', 'italic', 'underline', 'strike', 'apply-color', 'apply-highlight']) {
+		await page.click(`#${id}`);
+	}
+	await page.selectOption('#family', 'Georgia');
+	await page.fill('#size', '21');
+	await page.press('#size', 'Enter');
+	await page.click('[data-align="8"]');
+	await page.click('#indent-more');
+	await page.keyboard.press('End');
+	await page.keyboard.press('Shift+Enter');
+	await visitor.type('after a line break');
+	for (const line of [3, 4]) {
+		await select(line);
+		await page.selectOption('#list', '-8');
+	}
+	await page.click('#indent-more');
+	const exported = () => visitor.download(() => page.selectOption('#export', 'html'));
+	await visitor.edit(1);
+	const { text: before } = await exported();
+	for (const part of ['Georgia', '21pt', 'line-through', '#665b18', 'type="I"', 'justify', 'after a line break']) {
+		assert.ok(before.includes(part), `no ${part} in ${before}`);
+	}
+	assert.match(before, /Georgia[^>]*>formatted text<br \/>after a line break/);
+	await visitor.edit(1);
+	await visitor.type('x');
+	await noteIs(['plainx', 'formatted text', 'after a line break', 'listed', 'deeper']);
+	await page.keyboard.press('Backspace');
+	await noteIs(['plain', 'formatted text', 'after a line break', 'listed', 'deeper']);
+	assert.equal((await exported()).text, before);
+});
+
+test('one device edits; the others see who, and OBS takes the note back without losing a word', async () => {
+	await give(['shared']);
+	const anna = await visit({ name: 'Anna' });
+	const bert = await visit({ name: 'Bert', device: phone });
+	await anna.edit();
+	await bert.sees('#owner', `${text('RemoteEditing')} · Anna`);
+	await bert.page.tap('#document');
+	await anna.type(' by Anna');
+	await bert.sees('#document', 'shared by Anna');
+	assert.equal(await bert.page.getAttribute('#document', 'contenteditable'), 'false');
+	await anna.type(' and unsaved');
+	await press('ToggleLock');
+	await anna.sees('#message', text('RemoteConflict'));
+	await anna.sees('#message', text('RemoteDraft'));
+	await anna.page.click('#retry');
+	await noteIs(['shared by Anna and unsaved']);
+	await anna.page.keyboard.press('Escape');
+	await anna.sees('#owner', text('RemoteClickEdit'));
+	await press('ToggleLock');
+	await bert.sees('#owner', text('RemoteLocked'));
+	await bert.page.tap('#document');
+	await press('ToggleLock');
+	await bert.sees('#owner', text('RemoteClickEdit'));
+	await bert.edit();
+	await bert.type(', and Bert');
+	await noteIs(['shared by Anna and unsaved, and Bert']);
+});
+
+test('neither a cut connection nor a page that is left loses what was typed', async () => {
+	await give(['before']);
+	const visitor = await visit();
+	const { page } = visitor;
+	await visitor.edit();
+	await visitor.type(' typed without a network');
+	await visitor.cut(true);
+	await visitor.sees('#connection', text('RemoteDisconnected'));
+	await visitor.sees('#message', text('RemoteDraft'));
+	await sleep(1500);
+	await visitor.cut(false);
+	await visitor.sees('#connection', text('RemoteConnected'));
+	await visitor.sees('#message', text('RemoteDraft'));
+	await visitor.sees('#owner', text('RemoteClickEdit'), 20_000);
+	await page.click('#retry');
+	await noteIs(['before typed without a network']);
+	await visitor.sees('#owner', text('RemoteSaved'));
+	await visitor.type('!');
+	await page.reload();
+	await page.waitForSelector('#document p');
+	await visitor.sees('#document', 'before typed without a network!');
+	await visitor.sees('#owner', text('RemoteClickEdit'), 20_000);
+	if (await page.isVisible('#retry')) {
+		await page.click('#retry');
+	}
+	await noteIs(['before typed without a network!']);
+	await page.waitForSelector('#problem', { state: 'hidden' });
+});
+
+test('the page follows the scene on air, scrolls OBS and goes to places', async () => {
+	await give(['elsewhere'], 'Two');
+	await give(Array.from({ length: 120 }, (_, i) => `line ${i + 1}`));
+	const visitor = await visit();
+	const { page } = visitor;
+	await studio.show('Two');
+	await visitor.sees('#document', 'elsewhere');
+	await studio.call('SetSceneName', { sceneName: 'Two', newSceneName: 'Renamed <b>' });
+	await waitFor('the new name shows', async () => (await page.innerText('#scenes')).includes('[ Renamed <b> ]'));
+	await studio.call('SetSceneName', { sceneName: 'Renamed <b>', newSceneName: 'Two' });
+	await page.selectOption('#scenes', { label: '[ One ]' });
+	await visitor.sees('#document', 'line 120');
+	assert.equal(await page.isChecked('#follow'), false);
+	await page.fill('#search', 'LINE 99');
+	await visitor.sees('#matches', '1/1');
+	await studio.show('One');
+	await page.click('#target');
+	await page.click('#lines');
+	await page.fill('#go-to', '100%');
+	await page.keyboard.press('Enter');
+	await visitor.sees('#percent', '100%');
+	const end = await studio.scrollPosition();
+	assert.ok(end > 0);
+	await page.click('#top');
+	await visitor.sees('#percent', /^0%/);
+	assert.equal(await studio.scrollPosition(), 0);
+	await page.locator('#speed').fill('5');
+	await page.click('#play');
+	await visitor.sees('#percent', /[1-9]%/);
+	assert.equal(await page.getAttribute('#play', 'aria-label'), text('Pause'));
+	await page.click('#play');
+	await waitFor(
+		'the page says that it may start',
+		async () => (await page.getAttribute('#play', 'aria-label')) === text('RemotePlay'),
+	);
+	await visitor.sees('#owner', text('RemoteLocked'));
+	await press('ToggleLock');
+});
+
+test('files go in and come out, and what is hostile in them stays text', async () => {
+	const hostile = ['<img src=x onerror=alert(1)>', '\u202Egnirts'];
+	await give([...hostile, 'last']);
+	const visitor = await visit();
+	const { page } = visitor;
+	assert.deepEqual(await visitor.lines(), [...hostile, 'last']);
+	const file = (name, contents) => page.setInputFiles('#file', { name, mimeType: '', buffer: Buffer.from(contents) });
+	const html = await visitor.download(() => page.selectOption('#export', 'html'));
+	assert.equal(html.name, 'QuillBay.html');
+	await file('note.txt', 'from a file\r\nof two lines');
+	await noteIs(['from a file', 'of two lines']);
+	assert.deepEqual(await visitor.download(() => page.selectOption('#export', 'txt')), {
+		name: 'QuillBay.txt',
+		text: 'from a file\nof two lines',
+	});
+	await file('note.html', html.text + '<script>document.title = "run"</script>');
+	await noteIs([...hostile, 'last']);
+	await file('note.docx', wordFile);
+	await noteIs(['From Word']);
+	await file('broken.docx', 'not a package');
+	await visitor.sees('#message', text('WordOpenError'));
+	await file('note.pdf', '%PDF');
+	await visitor.sees('#message', text('RemoteFileType'));
+	await noteIs(['From Word']);
+	assert.equal(await page.title(), text('QuillBay'));
+});

@@ -1,0 +1,342 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { arial, unset, usePage } from './note_page.mjs';
+
+const use = usePage();
+const { inPage, noFailures, text } = use;
+
+test('an edit is accepted up to each limit and not beyond', async () => {
+	const results = await inPage(() => {
+		const line = 'x'.repeat(9_999);
+		const full = `${line}\n`.repeat(19) + `${line}x`;
+		const accepts = (shown, text, start, end) => (
+			show(shown, start, end),
+			note.acceptsEdit(root, text, getSelection().getRangeAt(0))
+		);
+		return [
+			['the last character', accepts(full.slice(1), 'y', 5), true],
+			['one more in all', accepts(full, 'y', 5), false],
+			['in place of one', accepts(full, 'y', 5, 6), true],
+			['a break in place of one', accepts(full, '\n', 5, 6), true],
+			['two in place of one break', accepts(full, 'yy', 9_999, 10_000), false],
+			['the 10000th of a paragraph', accepts(line, 'y', 0), true],
+			['the 10001st of a paragraph', accepts(`${line}y`, 'y', 0), false],
+			['a line break as the 10001st', accepts(`${line}y`, '\u2028', 9), false],
+			['joining two that are too long together', accepts(`${line}\n${line}`, '', 9_999, 10_000), false],
+			['lines that share a long one', accepts(`${line}y`, 'a\nb', 5_000), true],
+			['the 20000th paragraph', accepts('\n'.repeat(19_998), '\n', 9), true],
+			['the 20001st paragraph', accepts('\n'.repeat(19_999), '\n', 9), false],
+			['all of it for as much', accepts(full, full, 0, full.length), true],
+			['all of it for more', accepts(full, `${full}yy`, 0, full.length), false],
+			['CR LF is one', accepts(full, '\r\n', 5, 6), true],
+			['outside', note.acceptsEdit(root, 'y', new Range()), false],
+		].filter(([, is, should]) => is !== should);
+	});
+	assert.deepEqual(results, []);
+	for (const [shown, key] of [
+		['x'.repeat(10_000), 'y'],
+		['\n'.repeat(19_999), 'Enter'],
+		['x'.repeat(10_000), 'Shift+Enter'],
+	]) {
+		await inPage((shown) => (show(shown, 5), outcomes.splice(0)), shown);
+		await use.page.keyboard.press(key);
+		assert.deepEqual(await inPage(() => outcomes), ['refused'], key);
+		assert.equal(await text(), shown);
+		assert.equal(
+			await inPage(() => failure(() => note.insertText(root, '\ny'))),
+			key === 'Enter' ? 'limit' : 'none',
+			key,
+		);
+	}
+});
+
+test('random edits do to the text what they do to a string, and are undone and made again', async () => {
+	const wrong = await inPage(() => {
+		const next = random(11);
+		const pieces = ['x', 'two words', '\n', '\u2028', 'a\nb', '\n\n', '◆[m]', ']', '◆[', '', 'long '.repeat(40)];
+		let model = Array.from({ length: 700 }, (_, index) => (index % 9 ? `line ${index} ◆` : '')).join('\n');
+		show(model);
+		const start = JSON.stringify(note.serialize(root));
+		const wrong = [];
+		const check = (what) => {
+			const shown = note.documentText(root);
+			const { blocks } = note.serialize(root);
+			if (shown !== model) wrong.push(`${what}: text`);
+			if (note.shownCharacterCount(root) !== model.length) wrong.push(`${what}: count`);
+			if (
+				blocks
+					.map(({ runs }) => runs.map((run) => run.text).join(''))
+					.join('\n')
+					.replaceAll('\u2028', '\n') !== model
+			)
+				wrong.push(`${what}: document`);
+			if (note.paragraphCount(root) !== blocks.length) wrong.push(`${what}: paragraphs`);
+		};
+		for (let round = 0; round < 200 && !wrong.length; round++) {
+			const from = next(model.length + 1);
+			const to = Math.min(model.length, from + (next(3) ? next(30) : next(4000)) * next(2));
+			note.selectOffsets(root, from, to);
+			const selected = note.selectionOffsets(root);
+			if (selected.start !== from || selected.end !== to) wrong.push(`${round}: selection ${from} ${to}`);
+			const kind = next(6);
+			if (kind === 0) note.formatSelection(root, 'weight', 700);
+			else if (kind === 1) note.formatParagraphs(root, 'list', -next(5));
+			else if (kind === 2) note.formatParagraphs(root, 'indent', 1);
+			else {
+				const piece = pieces[next(pieces.length)];
+				note.insertText(root, piece);
+				model = model.slice(0, from) + piece.replaceAll('\u2028', '\n') + model.slice(to);
+				const caret = from + piece.length;
+				if (note.selectionOffsets(root).end !== caret) wrong.push(`${round}: caret`);
+			}
+			check(`${round} ${kind}`);
+		}
+		const end = JSON.stringify(note.serialize(root));
+		while (note.undo(root));
+		if (JSON.stringify(note.serialize(root)) !== start) wrong.push('undo');
+		while (note.redo(root));
+		if (JSON.stringify(note.serialize(root)) !== end) wrong.push('redo');
+		return wrong;
+	});
+	assert.deepEqual(wrong, []);
+});
+
+/** What a key makes of a text with a selection: Backspace behind a mark deletes it whole. */
+function pressed(text, key, { start, end }) {
+	let from = start;
+	let to = end;
+	const put = key.endsWith('Enter') ? '\n' : key.length === 1 ? key : '';
+	const mark = [...text.matchAll(/◆(?:\[[^◆\]\n]*\])?/g)].find((match) => match.index + match[0].length === end);
+	if (start === end && key === 'Backspace') from = mark ? mark.index : Math.max(0, start - 1);
+	if (start === end && key === 'Delete') to = end + 1;
+	return text.slice(0, from) + put + text.slice(to);
+}
+
+test('random keys do to a note of many formats what they do to a string, across chunks too', async () => {
+	const looks = [{}, { weight: 700 }, { italic: true, color: '#ff0000' }, { size: 20, family: 'Verdana' }];
+	const texts = (i) => (i % 4 ? ['ab cd ', i % 3 ? 'x◆[m]y' : '◆', i % 6 ? '' : '\u2028', 'tail'] : []);
+	const runs = (i) => texts(i).map((text, j) => ({ ...looks[(i + j) % 4], text }));
+	const blocks = Array.from({ length: 260 }, (_, i) => ({ list: i % 5 ? 0 : -4, listGroup: 1, runs: runs(i) }));
+	await inPage((blocks) => (show(blocks), (window.next = random(5))), blocks);
+	const initial = await inPage(() => JSON.stringify(note.serialize(root)));
+	assert.ok(await inPage(() => root.children.length > 1), 'there are chunks');
+	const keys = ['q', ' ', '◆', '[', ']', 'Enter', 'Shift+Enter', 'Backspace', 'Backspace', 'Delete', 'Delete'];
+	for (let round = 0; round < 150; round++) {
+		const [before, selected, choice] = await inPage(() => {
+			// Every fourth at the edge of a chunk.
+			const chunk = root.children[next(root.children.length)];
+			const edge = next(2) ? chunk.firstChild : chunk.lastChild;
+			getSelection().selectAllChildren(edge);
+			const { start, end } = note.selectionOffsets(root);
+			const from = next(4) ? next(note.shownCharacterCount(root) + 1) : next(2) ? start : end;
+			const to = Math.min(note.shownCharacterCount(root), from + (next(4) ? 0 : next(25)));
+			note.selectOffsets(root, from, to);
+			return [note.documentText(root), note.selectionOffsets(root), next(99)];
+		});
+		const key = keys[choice % keys.length];
+		await (key === '◆' ? use.page.keyboard.insertText(key) : use.page.keyboard.press(key));
+		const [shown, count, saved] = await inPage(() => {
+			const document = note.serialize(root);
+			const text = document.blocks.map(({ runs }) => runs.map((run) => run.text).join('')).join('\n');
+			return [note.documentText(root), note.shownCharacterCount(root), text.replaceAll('\u2028', '\n')];
+		});
+		assert.equal(shown, pressed(before, key, selected), `${round}: ${key} at ${selected.start} to ${selected.end}`);
+		assert.deepEqual([saved, count], [shown, shown.length], `${round}: ${key}`);
+	}
+	await use.page.keyboard.press('Control+a');
+	await use.page.keyboard.press('Delete');
+	await use.page.keyboard.type('again');
+	assert.equal(await text(), 'again');
+	await inPage(() => [...Array(300)].forEach(() => note.undo(root)));
+	assert.equal(await inPage(() => JSON.stringify(note.serialize(root))), initial);
+	noFailures();
+});
+
+test('what the browser offers besides typing is done here or not at all', async () => {
+	const fire = (inputType, data) =>
+		inPage(
+			([inputType, data]) => {
+				const dataTransfer = new DataTransfer();
+				dataTransfer.setData('text/plain', data ?? '');
+				dataTransfer.setData('text/html', '<b onclick=hit()>x</b>');
+				root.dispatchEvent(
+					new InputEvent('beforeinput', { inputType, dataTransfer, cancelable: true, bubbles: true }),
+				);
+				return [outcomes.pop(), note.documentText(root), runsOf(0)[0]?.weight];
+			},
+			[inputType, data],
+		);
+	await inPage(() => show('abc', 0, 2));
+	assert.deepEqual(await fire('insertFromDrop', 'no'), ['ignored', 'abc', 400]);
+	assert.deepEqual(await fire('insertOrderedList'), ['ignored', 'abc', 400]);
+	assert.deepEqual(await fire('formatBold'), ['done', 'abc', 700]);
+	assert.deepEqual(await fire('insertFromPaste', 'x\r\ny\ufffc'), ['done', 'x\nyc', 700]);
+	assert.deepEqual(await fire('historyUndo'), ['done', 'abc', 700]);
+	assert.deepEqual(await fire('historyUndo'), ['done', 'abc', 400]);
+	assert.deepEqual(await fire('historyUndo'), ['ignored', 'abc', 400]);
+	noFailures();
+});
+
+test('marks are found, inserted, left and deleted whole', async () => {
+	const found = await inPage(() => {
+		const at = (shown, offset) => (show(shown, offset), note.markAt(root, getSelection().getRangeAt(0)));
+		return [
+			['a◆[b]c', 1],
+			['a◆[b]c', 2],
+			['a◆[b]c', 5],
+			['a◆[b]c', 6],
+			['◆◆[x]', 1],
+			['◆[a\u2028]', 3],
+			['◆\n', 2],
+			['◆[◆]', 2],
+		].map(([shown, offset]) => {
+			const mark = at(shown, offset);
+			return mark && [mark.text, mark.atEnd, mark.range.toString()];
+		});
+	});
+	const mark = (text, atEnd) => [text, atEnd, text];
+	assert.deepEqual(found, [null, mark('◆[b]', false), mark('◆[b]', true), null, mark('◆', true), null, null, null]);
+	const shownMarks = () =>
+		inPage(() => Array.from(root.querySelectorAll('[data-mark]'), (element) => element.textContent));
+	// At the end of a coloured paragraph, where the next text must not be the mark's.
+	await inPage(() => show([{ runs: [{ text: 'red', color: '#ff0000', size: 12 }] }], 3));
+	await inPage(() => note.insertMark(root, note.defaultMark));
+	await use.page.keyboard.type('go');
+	await use.page.keyboard.press('ArrowRight');
+	await use.page.keyboard.type(' on');
+	const runs = await inPage(() => runsOf(0).map(({ text, color, size }) => [text, color, size]));
+	assert.deepEqual(runs, [
+		['red', '#ff0000', 12],
+		['◆[go]', '#ffb347', 12],
+		[' on', '#ff0000', 12],
+	]);
+	await inPage(() => note.selectOffsets(root, 8));
+	await use.page.keyboard.press('Backspace');
+	assert.equal(await text(), 'red on');
+	await inPage(() => document.execCommand('undo'));
+	assert.deepEqual(await shownMarks(), ['◆[go]'], "the browser's own undo");
+	// Between two marks it is the text's around them.
+	await inPage(() =>
+		show(
+			[
+				{
+					runs: [
+						{ text: '◆◆', color: '#ffb347' },
+						{ text: 'x', color: '#0000ff' },
+					],
+				},
+			],
+			1,
+		),
+	);
+	await use.page.keyboard.type('y');
+	assert.deepEqual(await inPage(() => runsOf(0).map(({ text, color }) => `${text} ${color}`)), [
+		'◆ #ffb347',
+		'y #0000ff',
+		'◆ #ffb347',
+		'x #0000ff',
+	]);
+	// Typing makes and breaks marks.
+	await inPage(() => show('a [b] c', 2));
+	await use.page.keyboard.type('◆');
+	assert.deepEqual(await shownMarks(), ['◆[b]']);
+	await inPage(() => note.selectOffsets(root, 6));
+	await use.page.keyboard.press('Delete');
+	await inPage(() => note.selectOffsets(root, 5));
+	await use.page.keyboard.press('Delete');
+	assert.deepEqual([await text(), await shownMarks()], ['a ◆[bc', ['◆']]);
+	assert.equal(
+		await inPage(() => (getSelection().removeAllRanges(), failure(() => note.insertMark(root, '◆')))),
+		'edit',
+	);
+});
+
+test('an input method keeps the limits, and its text stays out of marks', async () => {
+	const session = await use.page.context().newCDPSession(use.page);
+	const compose = async (...texts) => {
+		await inPage(() => outcomes.splice(0));
+		for (const text of texts) {
+			await session.send('Input.imeSetComposition', {
+				text,
+				selectionStart: text.length,
+				selectionEnd: text.length,
+			});
+		}
+		await session.send('Input.insertText', { text: texts.at(-1) });
+	};
+	await inPage(() => show('ab◆[c]', 6));
+	await compose('に', 'にほ', '日本');
+	assert.equal(await text(), 'ab◆[c]日本');
+	assert.deepEqual(await inPage(() => Array.from(root.querySelectorAll('[data-mark]'), (mark) => mark.textContent)), [
+		'◆[c]',
+	]);
+	await inPage(() => show('first\nsecond\nthird', 3, 15));
+	await compose('é');
+	assert.equal(await text(), 'firéird');
+	await inPage(() => [note.undo(root), note.undo(root)]);
+	assert.equal(await text(), 'first\nsecond\nthird');
+	await inPage(() => show('x'.repeat(9_999), 7));
+	await compose('日', '日本');
+	assert.equal((await text()).length, 9_999);
+	assert.equal(await inPage(() => outcomes.at(-1)), 'refused');
+	noFailures();
+});
+
+test('selected text and paragraphs take formats', async () => {
+	const runs = (index = 0) => inPage((index) => runsOf(index).map(({ text, ...format }) => [text, format]), index);
+	await inPage(() => show('abcdef\nghi', 2, 8));
+	await inPage(() => (note.formatSelection(root, 'size', 20), note.formatSelection(root, 'color', '#00ff00')));
+	const big = { ...arial, size: 20, color: '#00ff00' };
+	assert.deepEqual(
+		[await runs(0), await runs(1)],
+		[
+			[
+				['ab', arial],
+				['cdef', big],
+			],
+			[
+				['g', big],
+				['hi', arial],
+			],
+		],
+	);
+	assert.deepEqual(await inPage(() => note.selectionOffsets(root)), { start: 2, end: 8 });
+	const painted = { ...unset, italic: true, strike: true, family: 'Verdana', background: '#123456' };
+	await inPage((format) => note.formatSelection(root, 'paint', format), painted);
+	assert.deepEqual(await inPage(() => note.selectionFormat(root)), painted);
+	await inPage(() => note.formatSelection(root, 'clear'));
+	assert.deepEqual(await runs(0), [['abcdef', arial]]);
+	const refused = await inPage(() => [
+		note.formatSelection(root, 'size', 5),
+		note.formatSelection(root, 'size', 145),
+		note.formatSelection(root, 'size', 'big'),
+		(note.selectOffsets(root, 1), note.formatSelection(root, 'weight', 700)),
+	]);
+	assert.deepEqual(refused, [false, false, false, false]);
+	const blocks = () =>
+		inPage(() =>
+			note
+				.serialize(root)
+				.blocks.map((block) =>
+					[block.align, block.indent, block.list, block.listIndent, block.listGroup, block.listStart].join(),
+				),
+		);
+	await inPage(() => (show('a\nb\nc', 0, 4), note.formatParagraphs(root, 'align', 4)));
+	assert.deepEqual(
+		await blocks(),
+		['4,0,0,1,0,1', '4,0,0,1,0,1', '1,0,0,1,0,1'],
+		'not the one where the selection ends',
+	);
+	await inPage(() => [
+		note.formatParagraphs(root, 'list', -4),
+		note.selectOffsets(root, 4),
+		note.formatParagraphs(root, 'list', -5),
+	]);
+	await inPage(() => [...Array(14)].forEach(() => note.formatParagraphs(root, 'indent', 1)));
+	assert.deepEqual(await blocks(), ['4,0,-4,1,1,1', '4,0,-4,1,1,1', '1,0,-5,12,2,1']);
+	await inPage(() => (note.formatParagraphs(root, 'list', 0), note.formatParagraphs(root, 'indent', -1)));
+	assert.equal((await blocks())[2], '1,0,0,1,0,1');
+});

@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// What the tests of the document have in common.
+
+import assert from 'node:assert/strict';
+import { after, before, beforeEach } from 'node:test';
+import { openBrowser } from './browser.mjs';
+
+/** Runs in the page. */
+function prepare() {
+	window.outcomes = [];
+	window.failure = (work) => {
+		try {
+			work();
+			return 'none';
+		} catch (error) {
+			return error.name;
+		}
+	};
+	root.addEventListener('beforeinput', (event) => outcomes.push(note.handleBeforeInput(root, event)));
+	root.addEventListener('input', (event) => note.handleInput(root, event));
+	for (const type of ['compositionstart', 'compositionend']) {
+		root.addEventListener(type, (event) => outcomes.push(note.handleComposition(root, event)));
+	}
+	/** Shows lines of text and puts the caret, or a selection, at the given characters. */
+	window.show = (text, start = 0, end = start) => {
+		note.render(root, typeof text === 'string' ? note.plainDocument(text) : { blocks: text });
+		root.focus();
+		note.selectOffsets(root, start, end);
+	};
+	window.runsOf = (index) => note.serialize(root).blocks[index].runs;
+	/** Numbers from 0 up to the limit, the same ones each time. */
+	window.random = (seed) => (limit) => (seed = (Math.imul(seed, 1103515245) + 12345) >>> 0) % limit;
+}
+
+/** A page for each test, its errors, and what most of them do in it. */
+export function usePage() {
+	const use = { page: null, failures: [] };
+	let browser;
+	before(async () => (browser = await openBrowser()));
+	after(() => browser.close());
+	beforeEach(async () => {
+		await use.page?.close();
+		use.page = await browser.page();
+		use.failures = [];
+		use.page.on('pageerror', (error) => use.failures.push(error.message));
+		await use.page.evaluate(prepare);
+	});
+	use.inPage = (work, argument) => use.page.evaluate(work, argument);
+	use.text = () => use.inPage(() => note.documentText(root));
+	use.noFailures = () => assert.deepEqual(use.failures, []);
+	return use;
+}
+
+/** What blocks and runs have where nothing else is said. */
+export const plain = { align: 1, indent: 0, list: 0, listIndent: 1, listGroup: 0, listStart: 1 };
+export const unset = {
+	weight: 400,
+	italic: false,
+	underline: false,
+	strike: false,
+	size: 0,
+	family: '',
+	color: '',
+	background: '',
+};
+export const arial = { ...unset, size: 12, family: 'Arial' };
