@@ -328,11 +328,15 @@ void Dock::frontendEvent(obs_frontend_event event)
 			remote->setCollectionChanging(false);
 		}
 		refreshScene();
-		collectionReady = collectionReady || isCollectionReady;
+		if (isCollectionReady) {
+			collectionReady = true;
+			scheduleAutoClear();
+		}
 		remote->stateChanged();
 		break;
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
 		collectionReady = false;
+		scheduleAutoClear();
 		collectionChanging = true;
 		remote->setCollectionChanging(true);
 		flush(false, true);
@@ -440,6 +444,8 @@ void Dock::shutdown()
 	flush(false, true);
 	pauseScroll();
 	searchTimer.stop();
+	autoClearTimer.stop();
+	autoClearPending.clear();
 	savePreferences();
 	if (!dirty) {
 		currentScene = nullptr;

@@ -130,6 +130,7 @@ Dock::Dock(const QString &settingsPath, QWidget *parent)
 	connectSignals();
 	setSpeed(kMinSpeed);
 	bindScene(nullptr);
+	prepareAutoClear();
 }
 
 Dock::~Dock()
@@ -164,6 +165,7 @@ void Dock::buildEditor()
 {
 	editor = named(new Editor(this), "noteEditor");
 	editor->setAcceptRichText(true);
+	editor->setContextMenuPolicy(Qt::CustomContextMenu);
 	editor->installEventFilter(this);
 	editor->viewport()->installEventFilter(this);
 	editor->onTextLimit = [this] {
@@ -346,6 +348,7 @@ void Dock::connectSignals()
 void Dock::connectEditor()
 {
 	connect(editor, &QTextEdit::textChanged, this, &Dock::noteEdited);
+	connect(editor, &QWidget::customContextMenuRequested, this, &Dock::showEditorContextMenu);
 	connect(editor, &QTextEdit::selectionChanged, this, [this] {
 		if (clearColorPreview()) {
 			updateAppearance();

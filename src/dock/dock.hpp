@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "dock/auto_clear.hpp"
 #include "dock/command.hpp"
 #include "dock/matches.hpp"
 #include "notes/note_store.hpp"
@@ -14,6 +15,7 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <deque>
 #include <functional>
 #include <memory>
 
@@ -28,6 +30,7 @@ class QFrame;
 class QKeyEvent;
 class QLabel;
 class QLineEdit;
+class QMenu;
 class QMouseEvent;
 class QSlider;
 class QSpinBox;
@@ -139,6 +142,17 @@ public:
 	/// to.
 	Q_INVOKABLE void restoreBackup();
 
+	// Menu, about and auto-clear (menu.cpp, auto_clear.cpp)
+
+	/// Runs the menu of a right click on the note. `point` is one of the editor's viewport, as the editor tells it.
+	void showEditorContextMenu(QPoint point);
+	/// Runs the dialog that says what this is and lets the user decide which notes empty themselves.
+	void showAbout();
+	/// Begins a new pass over the scenes' notes soon, or none when no note is to be emptied.
+	void scheduleAutoClear();
+	/// Looks at the next scene of the pass, empties its note if that is due, and sees to it that the pass goes on.
+	void clearExpiredNotes();
+
 	// Preferences (dock.cpp)
 
 	/// Writes the reading positions and brings the settings file up to date.
@@ -229,6 +243,7 @@ private:
 	void insertTime();
 	void insertMark();
 	[[nodiscard]] bool removeMarkBeforeCaret();
+	void removeMark(QTextCursor mark);
 	void updateMarkFormat();
 	void updateEditorActions();
 
@@ -258,6 +273,25 @@ private:
 	void importWord(const QString &path);
 	void importText(const QString &path);
 	[[nodiscard]] QString exportedNote(const OBSWeakSource &exported, bool asText, QString &error) const;
+
+	// Menu (menu.cpp)
+	struct MenuEntry;
+	[[nodiscard]] bool isEditable() const;
+	[[nodiscard]] std::vector<MenuEntry> undoEntries();
+	[[nodiscard]] std::vector<MenuEntry> clipboardEntries();
+	[[nodiscard]] std::vector<MenuEntry> markEntries(QPoint point);
+	[[nodiscard]] std::vector<MenuEntry> noteEntries();
+	[[nodiscard]] std::vector<MenuEntry> backupEntries();
+	[[nodiscard]] std::vector<MenuEntry> moduleEntries();
+	static QAction *addMenuEntry(QMenu *menu, const MenuEntry &entry);
+
+	// Auto-clear (auto_clear.cpp)
+	void prepareAutoClear();
+	void takeAutoClear(const AutoClear &choice);
+	[[nodiscard]] AutoClear autoClearChoice() const { return {autoClearDays, autoClearAll, autoClearScenes}; }
+	[[nodiscard]] bool changeAutoClear(const AutoClear &choice);
+	[[nodiscard]] bool mayClear(obs_source_t *scene) const;
+	void clearIfExpired(obs_source_t *scene);
 
 	// Backup and restore (backup.cpp)
 	struct Restore;
@@ -347,6 +381,15 @@ private:
 	/// The search is for marks: an edit of the note ends it.
 	bool markSearch = false;
 	QTimer searchTimer;
+
+	// Notes that empty themselves
+	int autoClearDays = 0;
+	bool autoClearAll = false;
+	QSet<QString> autoClearScenes;
+	/// The scenes that this pass has still to look at.
+	std::deque<OBSWeakSource> autoClearPending;
+	/// A child of the dock, where tests find it.
+	QTimer autoClearTimer{this};
 
 	// Widgets: top row
 	QWidget *topControls = nullptr;

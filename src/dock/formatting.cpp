@@ -296,15 +296,22 @@ void Dock::updateMarkFormat()
 bool Dock::removeMarkBeforeCaret()
 {
 	const QTextCursor cursor = editor->textCursor();
-	QTextCursor mark = markAt(cursor);
+	const QTextCursor mark = markAt(cursor);
 	if (editor->isReadOnly() || cursor.hasSelection() || mark.isNull() ||
 	    mark.selectionEnd() != cursor.position()) {
 		return false;
 	}
+	removeMark(mark);
+	return true;
+}
+
+// The caret goes where the mark was.
+void Dock::removeMark(QTextCursor mark)
+{
 	mark.beginEditBlock();
 	mark.removeSelectedText();
 	mark.endEditBlock();
-	return true;
+	editor->setTextCursor(mark);
 }
 
 void Dock::insertMark()

@@ -174,8 +174,8 @@ bool Editor::acceptsText(const QString &text, const QTextCursor &cursor)
 	return isWithin || refuse();
 }
 
-// The last resort against what asks nobody: a selection dragged out into another widget, or the base class's own
-// menu, can join two paragraphs. It is undone as soon as the change is complete.
+// The last resort against what asks nobody: a selection dragged out into another widget can join two paragraphs. It
+// is undone as soon as the change is complete.
 void Editor::checkChange(int position, int, int added)
 {
 	if (!document()->isUndoRedoEnabled()) {

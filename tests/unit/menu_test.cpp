@@ -1,0 +1,351 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+#include "host/dock_fixture.hpp"
+
+#include "plugin/text.hpp"
+
+#include <QClipboard>
+#include <QDialogButtonBox>
+#include <QListWidget>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSpinBox>
+
+namespace quillbay::test {
+
+namespace {
+
+constexpr int kDay = 86'400'000;
+const QString kElsewhere = QStringLiteral("a scene of another collection");
+const QString kMarked = QStringLiteral("x\u25c6[a] words");
+
+// Runs `work` in the menu or modal dialog that comes up next.
+template <typename Window, typename Work>
+void inNext(Work work)
+{
+	QTimer::singleShot(0, qApp, [work] {
+		QWidget *popup = QApplication::activePopupWidget();
+		auto *window = qobject_cast<Window *>(popup ? popup : QApplication::activeModalWidget());
+		QVERIFY(window);
+		work(*window);
+	});
+}
+
+void pressOk(const QWidget &dialog)
+{
+	dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
+}
+
+} // namespace
+
+class MenuTest : public QObject {
+	Q_OBJECT
+
+private Q_SLOTS:
+	void init() { fixture = std::make_unique<DockFixture>(); }
+	void cleanup() { fixture.reset(); }
+	void entriesFollowTheState_data();
+	void entriesFollowTheState();
+	void entriesDoTheirWork();
+	void theWorldMayChangeWhileTheMenuIsOpen();
+	void damagedSettingsAreOff();
+	void choicesCountFromOkOn();
+	void onlyOldUnusedNotesAreEmptied();
+	void passesWaitForDialogs();
+
+private:
+	// Opens the menu at a position of the note and triggers an entry once `change` has happened.
+	template <typename Change>
+	void choose(const char *name, int position, Change change) const
+	{
+		inNext<QMenu>([name, change](QMenu &menu) {
+			change();
+			menu.findChild<QAction *>(QLatin1StringView(name))->trigger();
+		});
+		QTextCursor cursor(fixture->editor->document());
+		cursor.setPosition(position);
+		fixture->dock->showEditorContextMenu(fixture->editor->cursorRect(cursor).center());
+	}
+	void choose(const char *name, int position = 0) const
+	{
+		choose(name, position, [] {});
+	}
+	[[nodiscard]] QString plain() const { return fixture->editor->toPlainText(); }
+	void reopen(const QVariant &days, bool isAll, const QStringList &ids = {}) const;
+	OBSSource addScene(const QString &name, int daysOld) const;
+	[[nodiscard]] bool isEmptied(obs_source_t *scene) const { return fixture->dock->store().read(scene).isEmpty(); }
+	[[nodiscard]] QVariant saved(const char *key) const
+	{
+		const QString path = fixture->folder.filePath(QStringLiteral("settings.ini"));
+		return QSettings(path, QSettings::IniFormat).value(key);
+	}
+	// The auto-clear timer's interval, or -1 while it stands still.
+	[[nodiscard]] int delay() const
+	{
+		const auto *timer = fixture->find<QTimer>("autoClearTimer");
+		return timer->isActive() ? timer->interval() : -1;
+	}
+	// A step of auto-clear; how long it then waits.
+	int step() const
+	{
+		fixture->dock->clearExpiredNotes();
+		return delay();
+	}
+
+	std::unique_ptr<DockFixture> fixture;
+};
+
+// The dock anew, on these settings.
+void MenuTest::reopen(const QVariant &days, bool isAll, const QStringList &ids) const
+{
+	fixture->dock.reset();
+	const QString path = fixture->folder.filePath(QStringLiteral("settings.ini"));
+	QSettings settings(path, QSettings::IniFormat);
+	settings.setValue("autoClear/days", days);
+	settings.setValue("autoClear/all", isAll);
+	settings.setValue("autoClear/scenes", ids);
+	fixture->dock = std::make_unique<Dock>(path);
+	fixture->dock->frontendEvent(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+}
+
+// A scene of the collection whose note was last written so many days ago.
+OBSSource MenuTest::addScene(const QString &name, int daysOld) const
+{
+	const OBSSource scene = makeScene(name).Get();
+	frontend().scenes.push_back(scene);
+	const QDateTime written = QDateTime::currentDateTimeUtc().addDays(-daysOld).addSecs(-60);
+	const bool isWritten = fixture->dock->store().write(scene, {QStringLiteral("words")}, nullptr, written);
+	return isWritten && fixture->dock->store().takeReferenceChanges() ? scene : OBSSource();
+}
+
+void MenuTest::entriesFollowTheState_data()
+{
+	QTest::addColumn<QString>("enabled");
+	const QString rest = QStringLiteral("|ConvertBasic ClearBody |BackupCurrent BackupAll RestoreBackup "
+					    "|RemoteAccess About ");
+	QTest::newRow("none") << QStringLiteral("|||BackupAll |RemoteAccess About ");
+	QTest::newRow("empty") << QStringLiteral("|Paste PastePlain ||BackupCurrent BackupAll RestoreBackup "
+						 "|RemoteAccess About ");
+	QTest::newRow("on a mark") << QStringLiteral("Undo |Paste PastePlain SelectAll |DeleteMark ") + rest;
+	QTest::newRow("selected") << QStringLiteral("Undo |Cut Copy Paste PastePlain Delete SelectAll ") + rest;
+	for (const char *state : {"locked", "remote"}) {
+		QTest::newRow(state) << QStringLiteral(
+			"|Copy SelectAll ||BackupCurrent BackupAll |RemoteAccess About ");
+	}
+}
+
+void MenuTest::entriesFollowTheState()
+{
+	QFETCH(QString, enabled);
+	const QByteArray state = QTest::currentDataTag();
+	QGuiApplication::clipboard()->setText(QStringLiteral("clip"));
+	if (state == "none") {
+		fixture->dock->bindScene(nullptr);
+	} else if (state != "empty") {
+		fixture->editor->insertCheckedText(kMarked);
+	}
+	if (state == "on a mark") {
+		fixture->select(2, 2);
+	} else {
+		fixture->editor->selectAll();
+	}
+	fixture->dock->setLocked(state == "locked");
+	fixture->dock->setRemoteEditing(state == "remote");
+	QString found;
+	inNext<QMenu>([&found](QMenu &menu) {
+		for (const QAction *action : menu.actions()) {
+			const QString name = action->objectName().isEmpty() ? QStringLiteral("ctxRemoteAccess")
+									    : action->objectName();
+			found += action->isSeparator() ? QStringLiteral("|")
+				 : action->isEnabled() ? name.mid(3) + QLatin1Char(' ')
+						       : QString();
+		}
+		menu.close();
+	});
+	fixture->dock->showEditorContextMenu(fixture->editor->cursorRect().center());
+	QCOMPARE(found, enabled);
+}
+
+void MenuTest::entriesDoTheirWork()
+{
+	fixture->editor->insertCheckedText(kMarked);
+	choose("ctxDeleteMark", 3);
+	QCOMPARE(plain(), QStringLiteral("x words"));
+	QCOMPARE(fixture->editor->textCursor().position(), 1);
+	choose("ctxUndo");
+	QCOMPARE(plain(), kMarked);
+	choose("ctxRedo");
+	fixture->select(0, 2);
+	choose("ctxCut");
+	choose("ctxPaste");
+	choose("ctxPastePlain");
+	choose("ctxSelectAll");
+	choose("ctxCopy");
+	QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("x x words"));
+	fixture->select(0, 4);
+	choose("ctxDelete");
+	QCOMPARE(plain(), QStringLiteral("words"));
+	QTimer::singleShot(100, qApp, [] {
+		auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+		QCOMPARE(box ? box->text() : QString(), text("ClearBodyPrompt"));
+		box->button(QMessageBox::Yes)->click();
+	});
+	choose("ctxClearBody");
+	QCOMPARE(plain(), QString());
+}
+
+void MenuTest::theWorldMayChangeWhileTheMenuIsOpen()
+{
+	Dock *dock = fixture->dock.get();
+	const OBSSource other = addScene(QStringLiteral("Other"), 0);
+	fixture->editor->insertCheckedText(kMarked);
+	choose("ctxUndo", 0, [dock] { dock->setLocked(true); });
+	dock->setLocked(false);
+	QCOMPARE(plain(), kMarked);
+	choose("ctxDeleteMark", 2, [dock, other] { dock->bindScene(other); });
+	fixture->editor->selectAll();
+	choose("ctxDelete", 0, [this, dock] { dock->bindScene(fixture->scene); });
+	QCOMPARE(plain(), kMarked);
+	QVERIFY(!isEmptied(other));
+	inNext<QMenu>([this](QMenu &) { fixture->dock.reset(); });
+	dock->showEditorContextMenu({1, 1});
+	QVERIFY2(!fixture->dock, "the host may end as well");
+}
+
+void MenuTest::damagedSettingsAreOff()
+{
+	for (const char *days : {"36500", "36501", "0", "-3", "soon", "99999999999999", ""}) {
+		reopen(QLatin1StringView(days), true);
+		const int first = qstrcmp(days, "36500") == 0 ? 5000 : -1;
+		QCOMPARE(delay(), first);
+		fixture->dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
+		QCOMPARE(step(), -1);
+		fixture->dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
+		QCOMPARE(delay(), first);
+		fixture->dock->shutdown();
+		QCOMPARE(step(), -1);
+	}
+	reopen(5, false);
+	QCOMPARE(delay(), -1);
+}
+
+void MenuTest::choicesCountFromOkOn()
+{
+	reopen(0, false, {kElsewhere});
+	const OBSSource old = addScene(QStringLiteral("Old"), 40);
+	// Chooses the days, checks or unchecks the scene, and presses OK, which brings up the message, if there is one.
+	const auto decide = [this](int days, const char *message) {
+		inNext<QDialog>([days, message](QDialog &dialog) {
+			dialog.findChild<QSpinBox *>()->setValue(days);
+			inNext<QDialog>([](QDialog &chooser) {
+				QListWidgetItem *item = chooser.findChild<QListWidget *>()->item(0);
+				item->setCheckState(item->checkState() ? Qt::Unchecked : Qt::Checked);
+				pressOk(chooser);
+			});
+			dialog.findChild<QPushButton *>(QStringLiteral("autoClearChoose"))->click();
+			if (message) {
+				inNext<QMessageBox>([message](QMessageBox &box) {
+					QCOMPARE(box.text(), text(message));
+					box.reject();
+				});
+			}
+			pressOk(dialog);
+			QCOMPARE(dialog.isVisible(), message != nullptr);
+			dialog.reject();
+		});
+		fixture->dock->showAbout();
+	};
+	// A folder in the way: the choice cannot be saved, and must not be later.
+	const QString path = fixture->folder.filePath(QStringLiteral("settings.ini"));
+	QVERIFY(QFile::remove(path) && QDir().mkdir(path));
+	decide(9, "AutoClearSaveFailed");
+	QCOMPARE(delay(), -1);
+	QVERIFY(QDir().rmdir(path));
+	fixture->dock->savePreferences();
+	QCOMPARE(saved("autoClear/days").toInt(), 0);
+	decide(30, nullptr);
+	QCOMPARE(delay(), 5000);
+	const QStringList both = saved("autoClear/scenes").toStringList();
+	QVERIFY(both.size() == 2 && both.contains(kElsewhere) && both.contains(uuidOf(old)));
+	decide(31, nullptr);
+	QCOMPARE(saved("autoClear/scenes").toStringList(), QStringList(kElsewhere));
+	reopen(0, false);
+	decide(31, nullptr);
+	decide(31, "AutoClearEmpty");
+	QCOMPARE(saved("autoClear/scenes").toStringList(), QStringList(uuidOf(old)));
+}
+
+void MenuTest::onlyOldUnusedNotesAreEmptied()
+{
+	const OBSSource shown = addScene(QStringLiteral("Shown"), 90);
+	const OBSSource program = addScene(QStringLiteral("Program"), 90);
+	const OBSSource preview = addScene(QStringLiteral("Preview"), 90);
+	const OBSSource other = addScene(QStringLiteral("Not chosen"), 90);
+	const OBSSource gone = addScene(QStringLiteral("Gone"), 90);
+	const OBSSource damaged = addScene(QStringLiteral("Damaged"), 90);
+	const OBSSource young = addScene(QStringLiteral("Young"), 29);
+	const OBSSource future = addScene(QStringLiteral("The clock was wrong"), -300);
+	const OBSSource old = addScene(QStringLiteral("Old"), 30);
+	QStringList chosen{kElsewhere};
+	for (const OBSSource &scene : frontend().scenes) {
+		chosen += scene == other ? QString() : uuidOf(scene);
+	}
+	frontend().currentScene = program;
+	frontend().previewScene = shown;
+	frontend().isStudioMode = true;
+	reopen(30, false, chosen);
+	frontend().previewScene = preview;
+	obs_source_remove(gone);
+	obs_source_set_name(old, "Old, renamed");
+	QFile file(fixture->dock->store().filePath(damaged));
+	QVERIFY(file.open(QIODevice::ReadWrite | QIODevice::Truncate));
+	QVERIFY(file.setFileTime(QDateTime::currentDateTime().addDays(-90), QFileDevice::FileModificationTime));
+	file.close();
+	frontend().saves = 0;
+	const auto pass = [this] {
+		for (std::size_t i = 1; i < frontend().scenes.size(); ++i) {
+			QCOMPARE(step(), 25);
+		}
+		QCOMPARE(step(), kDay);
+	};
+	pass();
+	for (const OBSSource &scene : {shown, program, preview, other, gone, young, future}) {
+		QVERIFY2(!isEmptied(scene), obs_source_get_name(scene));
+	}
+	QVERIFY(isEmptied(old));
+	QCOMPARE(frontend().saves, 1);
+	QCOMPARE(fixture->status(), text("AutoClearFailed").arg(QStringLiteral("Damaged")));
+	QVERIFY(!fixture->find<QLabel>("saveError")->isHidden());
+	reopen(29, true);
+	pass();
+	QVERIFY(isEmptied(young) && isEmptied(other) && !isEmptied(future));
+}
+
+void MenuTest::passesWaitForDialogs()
+{
+	reopen(30, true);
+	QCOMPARE(step(), kDay);
+	const OBSSource first = addScene(QStringLiteral("First"), 40);
+	const OBSSource second = addScene(QStringLiteral("Second"), 40);
+	QMessageBox box(fixture->dock.get());
+	box.open();
+	QCOMPARE(step(), 60'000);
+	QVERIFY(!isEmptied(first));
+	box.reject();
+	QCOMPARE(step(), 25);
+	QVERIFY(isEmptied(first));
+	fixture->dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
+	QCOMPARE(step(), -1);
+	QVERIFY(!isEmptied(second));
+}
+
+} // namespace quillbay::test
+
+int main(int argc, char *argv[])
+{
+	return quillbay::test::run<quillbay::test::MenuTest>(argc, argv);
+}
+
+#include "menu_test.moc"
