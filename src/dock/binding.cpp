@@ -122,10 +122,9 @@ void Dock::showLoadedNote(obs_source_t *scene, const QString &html, const QStrin
 	editor->setPlaceholderText(error);
 	{
 		const QSignalBlocker blocker(editor);
-		editor->loadHtml(html);
 		updateReadOnly();
 		editor->setEnabled(scene != nullptr);
-		scrollTo(storedPosition());
+		showHtml(html, storedPosition());
 	}
 	updateReadAction();
 	updateEditorActions();
@@ -143,6 +142,16 @@ void Dock::showLoadedNote(obs_source_t *scene, const QString &html, const QStrin
 	if (remote) {
 		remote->stateChanged();
 	}
+}
+
+// Whatever width the view gets with its new scroll bar, the place in the text that it showed before is no more.
+void Dock::showHtml(const QString &html, int position)
+{
+	++textsShown;
+	isKeepingPlace = true;
+	editor->loadHtml(html);
+	scrollTo(position);
+	isKeepingPlace = false;
 }
 
 void Dock::rememberTarget(obs_source_t *scene)
@@ -407,9 +416,7 @@ bool Dock::applyRemoteHtml(obs_source_t *scene, const QString &html)
 	}
 	if (scene && keyOf(scene) == sceneKey) {
 		const QSignalBlocker blocker(editor);
-		const int position = editor->verticalScrollBar()->value();
-		editor->loadHtml(html);
-		scrollTo(position);
+		showHtml(html, editor->verticalScrollBar()->value());
 		dirty = false;
 		saveError->hide();
 		unavailable = false;
