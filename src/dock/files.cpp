@@ -64,9 +64,11 @@ QString Dock::readTextFile(const QString &path, QString *error) const
 	// A device or a pipe has no size, and may never end.
 	if (QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) && file.size() <= kMaxTextFileBytes) {
 		const QByteArray bytes = file.read(kMaxTextFileBytes);
-		// Some editors still write UTF-16, with a mark in front.
-		const auto encoding = QStringConverter::encodingForData(bytes);
-		return QStringDecoder(encoding.value_or(QStringConverter::Utf8)).decode(bytes);
+		if (file.error() == QFileDevice::NoError) {
+			// Some editors still write UTF-16, with a mark in front.
+			const auto encoding = QStringConverter::encodingForData(bytes);
+			return QStringDecoder(encoding.value_or(QStringConverter::Utf8)).decode(bytes);
+		}
 	}
 	*error = text("FileReadFailed") + path;
 	return {};
