@@ -20,6 +20,7 @@
 #include <QPointer>
 #include <QSaveFile>
 #include <QStringDecoder>
+#include <QTextBlockFormat>
 #include <QTextCursor>
 
 namespace quillbay {
@@ -117,11 +118,13 @@ bool Dock::replaceDocument(const QString &html)
 	QTextCursor cursor(editor->document());
 	cursor.select(QTextCursor::Document);
 	cursor.beginEditBlock();
-	if (html.isEmpty()) {
-		cursor.removeSelectedText();
-	} else {
-		cursor.insertHtml(html);
-	}
+	cursor.removeSelectedText();
+	// A list or a heading would stay as an empty paragraph before a table or a rule.
+	QTextBlockFormat plain;
+	plain.setLineHeight(cursor.blockFormat().lineHeight(), cursor.blockFormat().lineHeightType());
+	cursor.setBlockFormat(plain);
+	cursor.setBlockCharFormat({});
+	cursor.insertHtml(html);
 	cursor.endEditBlock();
 	if (!editor->takeBackUnlessHarmless()) {
 		unavailable = wasUnavailable;
