@@ -96,6 +96,8 @@ void setAlignment(const QString &value, QTextBlockFormat &format)
 		format.setAlignment(Qt::AlignRight);
 	} else if (value == QLatin1StringView("both")) {
 		format.setAlignment(Qt::AlignJustify);
+	} else {
+		format.setAlignment(Qt::AlignLeft); // where the style says otherwise
 	}
 }
 

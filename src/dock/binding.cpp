@@ -123,10 +123,9 @@ void Dock::showLoadedNote(obs_source_t *scene, const QString &html, const QStrin
 	editor->setPlaceholderText(error);
 	{
 		const QSignalBlocker blocker(editor);
-		editor->loadHtml(html);
 		updateReadOnly();
 		editor->setEnabled(scene != nullptr);
-		scrollTo(storedPosition());
+		showHtml(html, storedPosition());
 	}
 	updateReadAction();
 	updateEditorActions();
@@ -142,6 +141,16 @@ void Dock::showLoadedNote(obs_source_t *scene, const QString &html, const QStrin
 	updateDocumentStatus();
 	resetSearch();
 	remote->stateChanged();
+}
+
+// Whatever width the view gets with its new scroll bar, the place in the text that it showed before is no more.
+void Dock::showHtml(const QString &html, int position)
+{
+	++textsShown;
+	isKeepingPlace = true;
+	editor->loadHtml(html);
+	scrollTo(position);
+	isKeepingPlace = false;
 }
 
 void Dock::rememberTarget(obs_source_t *scene)
@@ -426,11 +435,12 @@ void Dock::showRemoteHtml(const QString &before, const QString &html)
 	layoutWholeNote();
 	// What the device's user did is no step for the dock's user to undo.
 	editor->document()->setUndoRedoEnabled(false);
-	if (!patchDocument(*editor->document(), before, html)) {
-		editor->loadHtml(html);
+	if (patchDocument(*editor->document(), before, html)) {
+		scrollTo(position);
+	} else {
+		showHtml(html, position);
 	}
 	editor->document()->setUndoRedoEnabled(true);
-	scrollTo(position);
 }
 
 void Dock::shutdown()

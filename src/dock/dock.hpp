@@ -310,6 +310,7 @@ private:
 	[[nodiscard]] QString loadNote(obs_source_t *scene, QString &error);
 	void showLoadedNote(obs_source_t *scene, const QString &html, const QString &error);
 	void showRemoteHtml(const QString &before, const QString &html);
+	void showHtml(const QString &html, int position);
 	void rememberTarget(obs_source_t *scene);
 	void rememberPath(obs_source_t *scene);
 	[[nodiscard]] bool writeOpenNote(QString &error);
@@ -367,6 +368,8 @@ private:
 	} guidedLine;
 	/// The view has been resized and the place in the text is not back yet.
 	bool isKeepingPlace = false;
+	/// How many texts the editor has been given: a place in one says nothing about the next.
+	int textsShown = 0;
 
 	// The format painter and the colours shown on a selection
 	QTextCharFormat painterFormat;

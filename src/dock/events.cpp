@@ -255,9 +255,9 @@ void Dock::keepPlace()
 	}
 	isKeepingPlace = true;
 	const Editor::Place place = editor->placeAt(static_cast<int>(editor->viewport()->height() * kReadingLine));
-	const auto restore = [this, place, key = sceneKey] {
-		isKeepingPlace = false;
-		if (key == sceneKey) {
+	const auto restore = [this, place, shown = textsShown] {
+		if (shown == textsShown) {
+			isKeepingPlace = false;
 			const int moved = editor->showPlace(place);
 			scrollPosition += moved;
 		}

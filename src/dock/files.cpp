@@ -20,6 +20,7 @@
 #include <QPointer>
 #include <QSaveFile>
 #include <QStringDecoder>
+#include <QTextBlockFormat>
 #include <QTextCursor>
 
 namespace quillbay {
@@ -64,9 +65,11 @@ QString Dock::readTextFile(const QString &path, QString *error) const
 	// A device or a pipe has no size, and may never end.
 	if (QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) && file.size() <= kMaxTextFileBytes) {
 		const QByteArray bytes = file.read(kMaxTextFileBytes);
-		// Some editors still write UTF-16, with a mark in front.
-		const auto encoding = QStringConverter::encodingForData(bytes);
-		return QStringDecoder(encoding.value_or(QStringConverter::Utf8)).decode(bytes);
+		if (file.error() == QFileDevice::NoError) {
+			// Some editors still write UTF-16, with a mark in front.
+			const auto encoding = QStringConverter::encodingForData(bytes);
+			return QStringDecoder(encoding.value_or(QStringConverter::Utf8)).decode(bytes);
+		}
 	}
 	*error = text("FileReadFailed") + path;
 	return {};
@@ -115,11 +118,13 @@ bool Dock::replaceDocument(const QString &html)
 	QTextCursor cursor(editor->document());
 	cursor.select(QTextCursor::Document);
 	cursor.beginEditBlock();
-	if (html.isEmpty()) {
-		cursor.removeSelectedText();
-	} else {
-		cursor.insertHtml(html);
-	}
+	cursor.removeSelectedText();
+	// A list or a heading would stay as an empty paragraph before a table or a rule.
+	QTextBlockFormat plain;
+	plain.setLineHeight(cursor.blockFormat().lineHeight(), cursor.blockFormat().lineHeightType());
+	cursor.setBlockFormat(plain);
+	cursor.setBlockCharFormat({});
+	cursor.insertHtml(html);
 	cursor.endEditBlock();
 	if (!editor->takeBackUnlessHarmless()) {
 		unavailable = wasUnavailable;

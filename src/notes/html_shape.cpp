@@ -46,7 +46,7 @@ constexpr double kListItemPairCost = 0.024;
 
 constexpr qsizetype kLongestEntity = 12;
 constexpr qsizetype kMaxKnownTags = 256;
-constexpr qsizetype kMaxKnownTag = 1'000; // without the data: URLs that are not counted
+constexpr qsizetype kMaxKnownTag = 1'000;
 
 bool contains(QStringView text, const char *part)
 {
@@ -314,7 +314,11 @@ void Reader::tag()
 Reader::Tag Reader::readTag()
 {
 	const qsizetype start = pos_;
-	const QStringView source = html_.sliced(start, html_.indexOf(u'>', start) + 1 - start);
+	const qsizetype end = html_.indexOf(u'>', start);
+	if (end < 0) {
+		return readTagAnew();
+	}
+	const QStringView source = html_.sliced(start, end + 1 - start);
 	if (const auto known = tags_.constFind(source); known != tags_.constEnd()) {
 		pos_ += source.size();
 		attributes_ += known->found.styled.attributes;
@@ -324,9 +328,10 @@ Reader::Tag Reader::readTag()
 	}
 	const bool wasBounded = shape_.isBounded;
 	const double cost = cost_;
+	const qsizetype carried = carried_;
 	Tag tag = readTagAnew();
 	tag.cost = cost_ - cost;
-	const bool isRepeatable = tag.isEditors && !isOdd_ && wasBounded == shape_.isBounded &&
+	const bool isRepeatable = tag.isEditors && !isOdd_ && wasBounded == shape_.isBounded && carried == carried_ &&
 				  pos_ - start == source.size() && tags_.size() < kMaxKnownTags &&
 				  source.size() <= kMaxKnownTag && !contains(source, "texture");
 	if (isRepeatable) {

@@ -200,8 +200,9 @@ void WordTest::formatting_data()
 	row("default and paragraph styles",
 	    "<p><r><t>x</t></r></p>" + paragraph("h", "<pStyle val='H'/>") +
 		    paragraph("own", "<pStyle val='H'/><jc val='right'/><rPr><b val='false'/></rPr>") +
+		    paragraph("left", "<pStyle val='H'/><jc val='left'/>") +
 		    runs("<rStyle val='R'/><i val='0'/>", "H") + runs("", "none"),
-	    "x{u 10}|center h{b i 10}|right own{i 10}|center x{b 10 #0000ff}|x{10}",
+	    "x{u 10}|center h{b i 10}|right own{i 10}|left{b i 10}|center x{b 10 #0000ff}|x{10}",
 	    R"(<docDefaults><rPrDefault><rPr><sz val='20'/></rPr></rPrDefault></docDefaults>
 	       <style styleId='Normal'><rPr><u/></rPr></style>
 	       <style styleId='H'><basedOn val='P'/><rPr><strike/></rPr></style>
