@@ -91,6 +91,21 @@ bool holdsNoteOf(const QString &path, const QString &sceneId)
 	return !path.isEmpty() && loadNoteFile(path, note, error) && note.sceneId == sceneId;
 }
 
+// As above, for many files: the id stands at the start of a note file, and the rest is read only where it fits.
+bool isFoundIn(const QString &path, const QString &sceneId)
+{
+	constexpr qint64 kHeadBytes = 256;
+	QFile file(path);
+	return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) &&
+	       file.read(kHeadBytes).contains('"' + sceneId.toUtf8() + '"') && holdsNoteOf(path, sceneId);
+}
+
+// The names that a stem's notes get, from n = 1 on.
+QString fileName(const QString &stem, quint64 n)
+{
+	return n == 1 ? stem + QStringLiteral(".json") : QStringLiteral("%1_%2.json").arg(stem, QString::number(n));
+}
+
 void report(QString *error, const QString &message)
 {
 	if (error) {
@@ -113,7 +128,7 @@ QString NoteStore::filePath(obs_source *scene) const
 
 QString NoteStore::read(obs_source *scene, QString *error) const
 {
-	const QString path = filePath(scene);
+	const QString path = ownFile(scene);
 	if (path.isEmpty() || isMissing(path)) {
 		return {};
 	}
@@ -147,17 +162,40 @@ QString NoteStore::destination(const QString &name, const QString &current, cons
 		return !used.contains(candidate.toCaseFolded()) && (!isThere || info.filePath() == current);
 	};
 	const QString stem = noteName(name);
-	QString candidate = stem + QStringLiteral(".json");
-	for (quint64 n = 2; !isFree(candidate); ++n) {
-		candidate = QStringLiteral("%1_%2.json").arg(stem, QString::number(n));
+	quint64 n = 1;
+	while (!isFree(fileName(stem, n))) {
+		++n;
 	}
-	return folder.filePath(candidate);
+	return folder.filePath(fileName(stem, n));
+}
+
+QString NoteStore::ownFile(obs_source *scene) const
+{
+	const QString recorded = filePath(scene);
+	return recorded.isEmpty() && scene ? findByName(scene) : recorded;
+}
+
+// A host that dies after a note was written and before it saves its collection forgets the scene's first record: the
+// note is where `destination` put it. Only a few names are tried, as scenes without a note are shown all the time.
+QString NoteStore::findByName(obs_source *scene) const
+{
+	constexpr quint64 kNamesTried = 8;
+	const QDir folder(folder_);
+	const QString stem = noteName(sceneName(scene));
+	const QString id = sceneUuid(scene);
+	for (quint64 n = 1; n <= kNamesTried; ++n) {
+		const QString path = folder.filePath(fileName(stem, n));
+		if (isFoundIn(path, id)) {
+			return path;
+		}
+	}
+	return {};
 }
 
 NoteTarget NoteStore::prepare(obs_source *scene, const QSet<QString> &taken) const
 {
 	const QString name = sceneName(scene);
-	const QString current = filePath(scene);
+	const QString current = ownFile(scene);
 	const bool isKept = !current.isEmpty() &&
 			    (readRecord(scene).name == name ||
 			     QFileInfo(current).completeBaseName().compare(noteName(name), Qt::CaseInsensitive) == 0);
@@ -230,11 +268,13 @@ void NoteStore::reattach(obs_source *scene, const QString &path)
 	const QString recorded = filePath(scene);
 	// The usual case must not read the note twice.
 	const bool isInPlace = path.isEmpty() && !recorded.isEmpty() && !isMissing(recorded);
-	if (path == recorded || isInPlace || holdsNoteOf(recorded, id)) {
+	if ((path == recorded && !path.isEmpty()) || isInPlace || holdsNoteOf(recorded, id)) {
 		return;
 	}
 	QString found = holdsNoteOf(path, id) ? path : QString();
-	if (found.isEmpty() && !recorded.isEmpty() && isMissing(recorded)) {
+	if (found.isEmpty() && recorded.isEmpty()) {
+		found = findByName(scene);
+	} else if (found.isEmpty() && isMissing(recorded)) {
 		found = findNote(id);
 	}
 	if (!found.isEmpty()) {
@@ -244,16 +284,11 @@ void NoteStore::reattach(obs_source *scene, const QString &path)
 
 QString NoteStore::findNote(const QString &sceneId) const
 {
-	// The id stands at the start of a note file: the rest is read only where it fits.
-	constexpr qint64 kHeadBytes = 256;
-	const QByteArray wanted = '"' + sceneId.toUtf8() + '"';
 	const QDir folder(folder_);
 	const QStringList names = folder.entryList({QStringLiteral("*.json")}, QDir::Files | QDir::NoSymLinks);
 	for (const QString &name : names) {
 		const QString path = folder.filePath(name);
-		QFile file(path);
-		if (file.open(QIODevice::ReadOnly) && file.read(kHeadBytes).contains(wanted) &&
-		    holdsNoteOf(path, sceneId)) {
+		if (isFoundIn(path, sceneId)) {
 			return path;
 		}
 	}

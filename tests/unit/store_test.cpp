@@ -27,6 +27,7 @@ private Q_SLOTS:
 	void aFailedWriteChangesNothing();
 	void clearingByAge();
 	void aGoneScenesNoteFindsItsFile();
+	void aLostFirstRecord();
 
 private:
 	[[nodiscard]] QString path(const char *file) const { return store->folder() + u'/' + QLatin1StringView(file); }
@@ -228,12 +229,28 @@ void StoreTest::aGoneScenesNoteFindsItsFile()
 
 	setRecord(other, {}, {}, {});
 	store->reattach(other, target.path);
-	QCOMPARE(store->filePath(other), QString());
-	store->reattach(other, path("Other.json"));
-	QCOMPARE(store->read(other), QStringLiteral("theirs"));
+	QCOMPARE(store->filePath(other), path("Other.json"));
 	setRecord(other, uuidOf(other), QStringLiteral("Moved away.json"), QStringLiteral("Moved away"));
 	store->reattach(other, {});
 	QCOMPARE(store->read(other), QStringLiteral("theirs"));
+}
+
+// The host died before it saved the record.
+void StoreTest::aLostFirstRecord()
+{
+	const OBSSourceAutoRelease first = makeScene(QStringLiteral("Intro"));
+	const OBSSourceAutoRelease second = makeScene(QStringLiteral("intro"));
+	QVERIFY(store->write(first, {QStringLiteral("one")}) && store->write(second, {QStringLiteral("two")}));
+	setRecord(second, {}, {}, {});
+	QCOMPARE(store->read(second), QStringLiteral("two"));
+	QCOMPARE(store->prepare(second, {}).path, path("intro_2.json"));
+	store->reattach(second, {});
+	QCOMPARE(store->filePath(second), path("intro_2.json"));
+	setRecord(second, {}, {}, {});
+	QVERIFY(QFile::remove(path("Intro.json")));
+	QVERIFY(store->write(second, {QStringLiteral("three")}));
+	QCOMPARE(files().size(), 1);
+	QCOMPARE(store->read(second), QStringLiteral("three"));
 }
 
 } // namespace quillbay::test
