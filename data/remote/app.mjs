@@ -2093,7 +2093,7 @@ function collectMatches() {
 	const query = input('search').value;
 	search.searchRanges = [];
 	if (!query) return;
-	const pattern = new RegExp(query.replace(/[\\^$.*+?()[\]{}|/-]/g, '\\$&'), 'giu');
+	const pattern = new RegExp(query.replace(/[\\^$.*+?()[\]{}|/]/g, '\\$&'), 'giu');
 	for (const match of note.documentText(article).matchAll(pattern)) {
 		search.searchRanges.push({ start: match.index, end: match.index + match[0].length });
 		if (search.searchRanges.length === matchLimit) return;
