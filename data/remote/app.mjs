@@ -560,6 +560,9 @@ function listenForSession() {
 
 // --- scenes and events -----------------------------------------------------------------------------------------------
 
+/** How long a host that is loading is left alone. */
+const loadingPauseMs = 500;
+
 /** @param {Reply} state */
 function applyState(state) {
 	const isScene = (/** @type {any} */ scene) => typeof scene?.id === 'string' && typeof scene.name === 'string';
@@ -678,7 +681,9 @@ async function load(id, restoresDraft = true) {
 	try {
 		model = /** @type {any} */ (await call('GetDocument', { scene: id }));
 	} catch (error) {
-		if (number === client.loadNumber && !client.editing) loadFailed(id, error);
+		if (number !== client.loadNumber || client.editing) return;
+		if (codeOf(error) === 'loading') loadLater(id, restoresDraft);
+		else loadFailed(id, error);
 		return;
 	}
 	// Whatever was begun meanwhile is newer than this reply.
@@ -697,6 +702,15 @@ async function load(id, restoresDraft = true) {
 		offerDraft(draft, model);
 	}
 	updateControls();
+}
+
+/** Asks again when the host may be ready, unless something else is shown by then. @param {string} id @param {boolean} restoresDraft */
+function loadLater(id, restoresDraft) {
+	const number = client.loadNumber;
+	setTimeout(() => {
+		if (number !== client.loadNumber || client.editing || !client.online) return;
+		attempt(() => (hasScene(id) ? load(id, restoresDraft) : showTarget(false)));
+	}, loadingPauseMs);
 }
 
 /** @param {Draft} draft @param {Model} model */
@@ -1030,7 +1044,7 @@ function save() {
 		client.saving = null;
 		updateControls();
 	});
-	updateStatus();
+	updateControls();
 	return client.saving;
 }
 
