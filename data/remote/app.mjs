@@ -563,6 +563,9 @@ function listenForSession() {
 /** How long a host that is loading is left alone. */
 const loadingPauseMs = 500;
 
+/** The scene whose note is on its way, or nothing. */
+let requestedScene = '';
+
 /** @param {Reply} state */
 function applyState(state) {
 	const isScene = (/** @type {any} */ scene) => typeof scene?.id === 'string' && typeof scene.name === 'string';
@@ -630,8 +633,9 @@ async function onChanged(changed, wasTaken) {
 		const isFree = !state.locked && !state.localEditing;
 		const isToAsk = isFree && (wasTaken || changed.includes(client.scene)) && hasScene(client.scene);
 		await (isToAsk ? load(client.scene) : undefined);
-	} else if (!client.acquiring && !client.finishing) {
-		await showTarget(changed.includes(client.scene));
+	} else if (!client.acquiring) {
+		await client.finishing;
+		if (!client.editing && !client.acquiring) await showTarget(changed.includes(client.scene));
 	}
 }
 
@@ -639,7 +643,7 @@ async function onChanged(changed, wasTaken) {
 async function showTarget(isChanged) {
 	const state = client.remoteState;
 	if (!state || client.draftProblem) return;
-	let target = ui.follow.checked ? state.activeScene : client.scene;
+	let target = ui.follow.checked ? state.activeScene : requestedScene || client.scene;
 	if (!hasScene(target)) target = hasScene(state.activeScene) ? state.activeScene : (state.scenes[0]?.id ?? '');
 	if (!target) {
 		showNothing('');
@@ -651,6 +655,7 @@ async function showTarget(isChanged) {
 /** @param {string} scene @param {WebDocument} [content] what to show of it, without a document of the host's */
 function showNothing(scene, content = note.plainDocument('')) {
 	++client.loadNumber;
+	requestedScene = '';
 	Object.assign(client, { scene, epoch: client.remoteState?.epoch ?? '', revision: 0, model: null });
 	ui.scenes.value = scene;
 	show(content, false);
@@ -664,7 +669,7 @@ function show(content, keepsPlace) {
 	article.scrollTop = reading.scrollPosition = top;
 	reading.expectedScrollTop = article.scrollTop;
 	showCharacters(note.characterCount(content));
-	closeGoTo();
+	if (!isShown) closeGoTo();
 	documentChanged();
 	followHost();
 }
@@ -676,18 +681,24 @@ function show(content, keepsPlace) {
  */
 async function load(id, restoresDraft = true) {
 	const number = ++client.loadNumber;
+	requestedScene = id;
 	/** @type {Model} */
 	let model;
 	try {
 		model = /** @type {any} */ (await call('GetDocument', { scene: id }));
 	} catch (error) {
 		if (number !== client.loadNumber || client.editing) return;
-		if (codeOf(error) === 'loading') loadLater(id, restoresDraft);
-		else loadFailed(id, error);
+		if (codeOf(error) === 'loading') {
+			loadLater(id, restoresDraft);
+		} else {
+			requestedScene = '';
+			loadFailed(id, error);
+		}
 		return;
 	}
 	// Whatever was begun meanwhile is newer than this reply.
 	if (number !== client.loadNumber || client.editing) return;
+	requestedScene = '';
 	const keepsPlace = id === client.scene && client.model !== null;
 	const { epoch, revision } = model;
 	Object.assign(client, { scene: id, epoch, revision, model, draftProblem: false });
@@ -968,6 +979,7 @@ async function beginEdit(resumes = false, point) {
 function takeLease(model, resumes, point) {
 	const isOther = !resumes && (!client.model || comparable(client.model) !== comparable(model));
 	++client.loadNumber;
+	requestedScene = '';
 	++editing.lease;
 	Object.assign(client, { model, revision: model.revision, epoch: model.epoch, editing: true, draftProblem: false });
 	client.acquiring = false;
@@ -1595,6 +1607,7 @@ function replaced(reply, scene) {
 	if (client.scene !== scene) return;
 	const model = /** @type {any} */ (reply);
 	++client.loadNumber;
+	requestedScene = '';
 	Object.assign(client, { model, epoch: model.epoch, revision: model.revision, sequence: 0, savedSequence: 0 });
 	removeDraft(scene);
 	clearNotice();
