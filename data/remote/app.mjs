@@ -1540,6 +1540,8 @@ async function importFile(file) {
 		showNotice(isWord ? 'RemoteWordSize' : 'RemoteFileSize', { isLasting: true });
 		return;
 	}
+	// The host takes an upload of nothing for a broken request.
+	if (isWord && !file.size) throw new Failure('word');
 	/** @type {WebDocument | null} */
 	let content = null;
 	if (!isWord) {
