@@ -560,6 +560,12 @@ function listenForSession() {
 
 // --- scenes and events -----------------------------------------------------------------------------------------------
 
+/** How long a host that is loading is left alone. */
+const loadingPauseMs = 500;
+
+/** The scene whose note is on its way, or nothing. */
+let requestedScene = '';
+
 /** @param {Reply} state */
 function applyState(state) {
 	const isScene = (/** @type {any} */ scene) => typeof scene?.id === 'string' && typeof scene.name === 'string';
@@ -627,8 +633,9 @@ async function onChanged(changed, wasTaken) {
 		const isFree = !state.locked && !state.localEditing;
 		const isToAsk = isFree && (wasTaken || changed.includes(client.scene)) && hasScene(client.scene);
 		await (isToAsk ? load(client.scene) : undefined);
-	} else if (!client.acquiring && !client.finishing) {
-		await showTarget(changed.includes(client.scene));
+	} else if (!client.acquiring) {
+		await client.finishing;
+		if (!client.editing && !client.acquiring) await showTarget(changed.includes(client.scene));
 	}
 }
 
@@ -636,7 +643,7 @@ async function onChanged(changed, wasTaken) {
 async function showTarget(isChanged) {
 	const state = client.remoteState;
 	if (!state || client.draftProblem) return;
-	let target = ui.follow.checked ? state.activeScene : client.scene;
+	let target = ui.follow.checked ? state.activeScene : requestedScene || client.scene;
 	if (!hasScene(target)) target = hasScene(state.activeScene) ? state.activeScene : (state.scenes[0]?.id ?? '');
 	if (!target) {
 		showNothing('');
@@ -648,6 +655,7 @@ async function showTarget(isChanged) {
 /** @param {string} scene @param {WebDocument} [content] what to show of it, without a document of the host's */
 function showNothing(scene, content = note.plainDocument('')) {
 	++client.loadNumber;
+	requestedScene = '';
 	Object.assign(client, { scene, epoch: client.remoteState?.epoch ?? '', revision: 0, model: null });
 	ui.scenes.value = scene;
 	show(content, false);
@@ -661,7 +669,7 @@ function show(content, keepsPlace) {
 	article.scrollTop = reading.scrollPosition = top;
 	reading.expectedScrollTop = article.scrollTop;
 	showCharacters(note.characterCount(content));
-	closeGoTo();
+	if (!isShown) closeGoTo();
 	documentChanged();
 	followHost();
 }
@@ -673,16 +681,24 @@ function show(content, keepsPlace) {
  */
 async function load(id, restoresDraft = true) {
 	const number = ++client.loadNumber;
+	requestedScene = id;
 	/** @type {Model} */
 	let model;
 	try {
 		model = /** @type {any} */ (await call('GetDocument', { scene: id }));
 	} catch (error) {
-		if (number === client.loadNumber && !client.editing) loadFailed(id, error);
+		if (number !== client.loadNumber || client.editing) return;
+		if (codeOf(error) === 'loading') {
+			loadLater(id, restoresDraft);
+		} else {
+			requestedScene = '';
+			loadFailed(id, error);
+		}
 		return;
 	}
 	// Whatever was begun meanwhile is newer than this reply.
 	if (number !== client.loadNumber || client.editing) return;
+	requestedScene = '';
 	const keepsPlace = id === client.scene && client.model !== null;
 	const { epoch, revision } = model;
 	Object.assign(client, { scene: id, epoch, revision, model, draftProblem: false });
@@ -697,6 +713,15 @@ async function load(id, restoresDraft = true) {
 		offerDraft(draft, model);
 	}
 	updateControls();
+}
+
+/** Asks again when the host may be ready, unless something else is shown by then. @param {string} id @param {boolean} restoresDraft */
+function loadLater(id, restoresDraft) {
+	const number = client.loadNumber;
+	setTimeout(() => {
+		if (number !== client.loadNumber || client.editing || !client.online) return;
+		attempt(() => (hasScene(id) ? load(id, restoresDraft) : showTarget(false)));
+	}, loadingPauseMs);
 }
 
 /** @param {Draft} draft @param {Model} model */
@@ -954,6 +979,7 @@ async function beginEdit(resumes = false, point) {
 function takeLease(model, resumes, point) {
 	const isOther = !resumes && (!client.model || comparable(client.model) !== comparable(model));
 	++client.loadNumber;
+	requestedScene = '';
 	++editing.lease;
 	Object.assign(client, { model, revision: model.revision, epoch: model.epoch, editing: true, draftProblem: false });
 	client.acquiring = false;
@@ -1030,7 +1056,7 @@ function save() {
 		client.saving = null;
 		updateControls();
 	});
-	updateStatus();
+	updateControls();
 	return client.saving;
 }
 
@@ -1514,6 +1540,8 @@ async function importFile(file) {
 		showNotice(isWord ? 'RemoteWordSize' : 'RemoteFileSize', { isLasting: true });
 		return;
 	}
+	// The host takes an upload of nothing for a broken request.
+	if (isWord && !file.size) throw new Failure('word');
 	/** @type {WebDocument | null} */
 	let content = null;
 	if (!isWord) {
@@ -1581,6 +1609,7 @@ function replaced(reply, scene) {
 	if (client.scene !== scene) return;
 	const model = /** @type {any} */ (reply);
 	++client.loadNumber;
+	requestedScene = '';
 	Object.assign(client, { model, epoch: model.epoch, revision: model.revision, sequence: 0, savedSequence: 0 });
 	removeDraft(scene);
 	clearNotice();
@@ -2093,7 +2122,7 @@ function collectMatches() {
 	const query = input('search').value;
 	search.searchRanges = [];
 	if (!query) return;
-	const pattern = new RegExp(query.replace(/[\\^$.*+?()[\]{}|/-]/g, '\\$&'), 'giu');
+	const pattern = new RegExp(query.replace(/[\\^$.*+?()[\]{}|/]/g, '\\$&'), 'giu');
 	for (const match of note.documentText(article).matchAll(pattern)) {
 		search.searchRanges.push({ start: match.index, end: match.index + match[0].length });
 		if (search.searchRanges.length === matchLimit) return;

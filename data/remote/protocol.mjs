@@ -25,6 +25,8 @@ const connectTimeoutMs = 10_000;
 const requestTimeoutMs = 6_000;
 const vendorEvents = 1 << 9;
 const authenticationFailed = 4009;
+/** The request status of a host that is not ready, as while it changes the scene collection. */
+const notReady = 207;
 /** The close code of a session that the host's user has ended. */
 export const sessionInvalidated = 4011;
 const opcode = { hello: 0, identify: 1, identified: 2, event: 5, request: 6, response: 7 };
@@ -223,7 +225,8 @@ export class Connection {
 		clearTimeout(pending.timer);
 		const reply = parsed(responseData?.responseData?.payload);
 		if (requestStatus?.result === false) {
-			pending.reject(new Failure(String(requestStatus.comment || 'request')));
+			const { code, comment } = requestStatus;
+			pending.reject(new Failure(code === notReady ? 'loading' : String(comment || 'request')));
 		} else if (reply) {
 			pending.resolve(reply);
 		} else {
@@ -232,8 +235,8 @@ export class Connection {
 	}
 
 	/**
-	 * Sends one action to the vendor. Rejects with "disconnected", "timeout", "response", "request" or the server's
-	 * comment; a reply that says no is a reply.
+	 * Sends one action to the vendor. Rejects with "disconnected", "timeout", "response", "request", "loading" (as the
+	 * vendor says itself while the host is not ready) or the server's comment; a reply that says no is a reply.
 	 * @param {Reply} input
 	 * @returns {Promise<Reply>}
 	 */
