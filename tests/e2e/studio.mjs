@@ -79,12 +79,6 @@ export class Studio extends Host {
 		await waitFor('the dialog is closed', async () => !(await this.ask('exists', { object: '@modal' })));
 	}
 
-	async duplicateScene(scene, copy) {
-		await this.show(scene);
-		await this.choose('DuplicateSelectedScene', () => this.fillName(copy));
-		await this.waitForScene(copy);
-	}
-
 	async fillName(name) {
 		await this.set('@modal .QLineEdit', 'text', name);
 		await this.invoke('@modal', 'accept');

@@ -18,10 +18,12 @@ namespace {
 
 const QString kId = "0a8f2f5e-5a35-4d7c-9f0f-0f6c2a4b7c11";
 
-QByteArray noteJson(const QByteArray &format, const QByteArray &version, const QByteArray &id,
-		    const QByteArray &rest = "\"sceneName\":\"A\",\"html\":\"x\"")
+// Apostrophes stand for quotes.
+QByteArray noteJson(const char *format, const char *version, const QByteArray &id,
+		    const QByteArray &rest = "'sceneName':'A','html':'x'}")
 {
-	return "{\"format\":\"" + format + "\",\"version\":" + version + ",\"sceneId\":" + id + ',' + rest + '}';
+	const QByteArray head = QByteArray("{'format':'") + format + "','version':" + version;
+	return (head + ",'sceneId':" + id + ',' + rest).replace('\'', '"');
 }
 
 } // namespace
@@ -38,7 +40,7 @@ private Q_SLOTS:
 		check("Intro", "Intro");
 		check(" . . ", "Scene");
 		check("", "Scene");
-		check(R"(a/b\c<d>e:f"g|h?i*j)", "a_b_c_d_e_f_g_h_i_j");
+		check("a/b\\c<d>e:f\"g|h?i*j", "a_b_c_d_e_f_g_h_i_j");
 		check("a\nb\x01", "a_b_");
 		check("con", "_con");
 		check("Com1.txt", "_Com1.txt");
@@ -62,8 +64,8 @@ private Q_SLOTS:
 
 	void notesSurviveARoundTrip()
 	{
-		for (const QString html : {"", R"(<p style="color:#ff0000">"a"\b/c</p>)",
-					   "a\tb\r\nc\u2028d\u0001e\u007f", "😀 漢字 עברית ◆[x]"}) {
+		for (const QString html :
+		     {"", "<p>\"a\"\\b/c'</p>", "a\tb\r\nc\u2028d\u0001e\u007f", "😀 漢字 עברית ◆[x]"}) {
 			NoteFile file;
 			QString error;
 			QVERIFY2(decodeNote(encodeNote({kId, "A \"scene\"", html}), file, error), qPrintable(error));
@@ -71,7 +73,7 @@ private Q_SLOTS:
 			QCOMPARE(file.sceneName, "A \"scene\"");
 			QCOMPARE(file.html, html);
 		}
-		const QByteArray expected = noteJson("OBS-QuillBay", "1", '"' + kId.toUtf8() + '"');
+		const QByteArray expected = noteJson("OBS-QuillBay", "1", "'" + kId.toUtf8() + "'");
 		QVERIFY2(encodeNote({kId, "A", "x"}) == expected, "members stand in order");
 	}
 
@@ -85,24 +87,24 @@ private Q_SLOTS:
 			QVERIFY2((file.sceneId == "before") == !error.isEmpty(), name);
 		};
 		const QString invalid = text("BackupInvalid");
-		const QByteArray id = '"' + kId.toUtf8() + '"';
+		const QByteArray id = "'" + kId.toUtf8() + "'";
 		const QByteArray good = noteJson("OBS-QuillBay", "1.0", id);
 		check("good", good, QString());
-		check("good, braces", noteJson("OBS-QuillBay", "1", "\"{" + kId.toUtf8() + "}\""), QString());
+		check("good, braces", noteJson("OBS-QuillBay", "1", "'{" + kId.toUtf8() + "}'"), QString());
 		check("good, unknown member",
-		      noteJson("OBS-QuillBay", "1", id, R"("more":[1],"sceneName":"A","html":"x")"), QString());
+		      noteJson("OBS-QuillBay", "1", id, "'more':[1],'sceneName':'A','html':'x'}"), QString());
 		check("nothing", QByteArray(), invalid);
 		check("cut off", good.chopped(3), invalid);
 		check("array", "[" + good + "]", invalid);
 		check("other case", noteJson("OBS-Quillbay", "1", id), invalid);
 		check("version 2", noteJson("OBS-QuillBay", "2", id), invalid);
-		check("version text", noteJson("OBS-QuillBay", "\"1\"", id), invalid);
+		check("version text", noteJson("OBS-QuillBay", "'1'", id), invalid);
 		check("version true", noteJson("OBS-QuillBay", "true", id), invalid);
-		check("null id", noteJson("OBS-QuillBay", "1", "\"00000000-0000-0000-0000-000000000000\""), invalid);
-		check("id and more", noteJson("OBS-QuillBay", "1", '"' + kId.toUtf8() + "/../x\""), invalid);
+		check("null id", noteJson("OBS-QuillBay", "1", "'00000000-0000-0000-0000-000000000000'"), invalid);
+		check("id and more", noteJson("OBS-QuillBay", "1", "'" + kId.toUtf8() + "/../x'"), invalid);
 		check("id number", noteJson("OBS-QuillBay", "1", "7"), invalid);
-		check("no html", noteJson("OBS-QuillBay", "1", id, R"("sceneName":"A")"), invalid);
-		check("html null", noteJson("OBS-QuillBay", "1", id, R"("sceneName":"A","html":null)"), invalid);
+		check("no html", noteJson("OBS-QuillBay", "1", id, "'sceneName':'A'}"), invalid);
+		check("html null", noteJson("OBS-QuillBay", "1", id, "'sceneName':'A','html':null}"), invalid);
 		check("too large", good + QByteArray(kMaxNoteBytes, ' '), text("BackupTooLarge"));
 	}
 
@@ -110,22 +112,21 @@ private Q_SLOTS:
 	void anyJsonIsReadAlike()
 	{
 		const char *const tails[] = {
-			R"("sceneName":"A","html":"a\"b\\c\/d\ne"})",
-			R"("sceneName":"A","html":""})",
-			R"("sceneName":"A","html":"\u0001\ud83d\ude00\t"})",
-			R"("sceneName":"A","html":"x" })",
-			R"("html":"first","sceneName":"A"})",
-			R"("sceneName":"\",\"html\":\"x","html":"y"})",
-			R"("sceneName":"A","html":"x","html":"y"})",
-			R"("sceneName":"A","html":"x\"})",
-			R"("sceneName":"A","more":{"z":"","html":"x"}})",
-			R"("sceneName":"A","html":"a	b"})",
-			"\"sceneName\":\"A\",\"html\":\"\xef\xbb\xbf\xc3\xa9\"}",
-			"\"sceneName\":\"A\",\"html\":\"\xc3\"}",
+			R"('sceneName':'A','html':'a\'b\\c\/d\ne'})",
+			R"('sceneName':'A','html':''})",
+			R"('sceneName':'A','html':'\u0001\ud83d\ude00\t'})",
+			R"('sceneName':'A','html':'x' })",
+			R"('html':'first','sceneName':'A'})",
+			R"('sceneName':'\',\'html\':\'x','html':'y'})",
+			R"('sceneName':'A','html':'x','html':'y'})",
+			R"('sceneName':'A','html':'x\'})",
+			R"('sceneName':'A','more':{'z':'','html':'x'}})",
+			R"('sceneName':'A','html':'a	b'})",
+			"'sceneName':'A','html':'\xef\xbb\xbf\xc3\xa9'}",
+			"'sceneName':'A','html':'\xc3'}",
 		};
 		for (const char *tail : tails) {
-			const QByteArray bytes =
-				R"({"format":"OBS-QuillBay","version":1,"sceneId":")" + kId.toUtf8() + "\"," + tail;
+			const QByteArray bytes = noteJson("OBS-QuillBay", "1", "'" + kId.toUtf8() + "'", tail);
 			const QJsonValue html = QJsonDocument::fromJson(bytes).object()[QLatin1StringView("html")];
 			NoteFile file;
 			QString error;
@@ -159,8 +160,8 @@ private Q_SLOTS:
 
 	void everyTextKeyHasAnEnglishText()
 	{
-		static const QRegularExpression use(QStringLiteral(R"re("([A-Z][A-Za-z0-9]+)")re"));
-		static const QRegularExpression lookup(QStringLiteral(R"re(text\("(\w+)"\))re"));
+		static const QRegularExpression use(QString("\"([A-Z][A-Za-z0-9]+)\""));
+		static const QRegularExpression lookup(QString("text\\(\"(\\w+)\"\\)"));
 		QSet<QString> keys;
 		const QStringList lines =
 			QString::fromUtf8(readFile(QStringLiteral(QUILLBAY_SOURCE_DIR "/data/locale/en-US.ini")))

@@ -110,7 +110,8 @@ QString describe(const QString &html)
 	for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
 		QString all = kAlignments.value(int(block.blockFormat().alignment() & ~Qt::AlignAbsolute));
 		if (const QTextList *list = block.textList()) {
-			all += "<%1 %2 %3>".arg(list->format().style())
+			all += QString("<%1 %2 %3>")
+				       .arg(list->format().style())
 				       .arg(list->format().indent())
 				       .arg(list->itemNumber(block) + list->format().start());
 		}

@@ -8,17 +8,21 @@
 // Objects are named by a path of words from the outside in, each an object name, ".Class", or one of @main, @modal,
 // @popup and @focus: "noteEditor", "@modal .QLineEdit".
 
-#include "input.hpp"
-
 #include <QAbstractItemView>
 #include <QApplication>
+#include <QClipboard>
+#include <QDropEvent>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QMainWindow>
+#include <QJsonObject>
+#include <QKeySequence>
 #include <QMetaProperty>
+#include <QMimeData>
+#include <QTest>
 #include <QTextCursor>
 #include <QTextEdit>
+#include <QWheelEvent>
 #include <QWidget>
 
 #include <obs-frontend-api.h>
@@ -77,20 +81,22 @@ QObject *findBelow(QObject *root, const QString &word)
 		return root->objectName() == word ? root : root->findChild<QObject *>(word);
 	}
 	const QByteArray className = word.mid(1).toUtf8();
-	const QList<QObject *> children = root->findChildren<QObject *>();
-	const auto isWanted = [&](const QObject *child) { return child->inherits(className.constData()); };
-	const auto found = std::find_if(children.begin(), children.end(), isWanted);
-	return found == children.end() ? nullptr : *found;
+	for (QObject *child : root->findChildren<QObject *>()) {
+		if (child->inherits(className.constData())) {
+			return child;
+		}
+	}
+	return nullptr;
 }
 
 QObject *findFirst(const QString &word)
 {
+	const QHash<QString, QObject *> places{{"@main", mainWindow()},
+					       {"@modal", QApplication::activeModalWidget()},
+					       {"@popup", QApplication::activePopupWidget()},
+					       {"@focus", QApplication::focusWidget()}};
 	if (word.startsWith('@')) {
-		return word == "@main"    ? mainWindow()
-		       : word == "@modal" ? QApplication::activeModalWidget()
-		       : word == "@popup" ? QApplication::activePopupWidget()
-		       : word == "@focus" ? QApplication::focusWidget()
-					  : nullptr;
+		return places.value(word);
 	}
 	QObject *found = findBelow(mainWindow(), word);
 	for (QWidget *window : QApplication::topLevelWidgets()) {
@@ -124,32 +130,20 @@ Type &findAs(const QJsonObject &request)
 
 QJsonValue toJson(const QVariant &value)
 {
-	switch (value.typeId()) {
-	case QMetaType::QRect: {
+	if (value.typeId() == QMetaType::QRect) {
 		const QRect rect = value.toRect();
 		return QJsonArray{rect.x(), rect.y(), rect.width(), rect.height()};
 	}
-	case QMetaType::QSize:
-		return QJsonArray{value.toSize().width(), value.toSize().height()};
-	case QMetaType::QPoint:
-		return QJsonArray{value.toPoint().x(), value.toPoint().y()};
-	default:
-		return value.metaType().flags().testFlag(QMetaType::IsEnumeration) ? QJsonValue(value.toInt())
-										   : QJsonValue::fromVariant(value);
-	}
+	return value.metaType().flags().testFlag(QMetaType::IsEnumeration) ? QJsonValue(value.toInt())
+									   : QJsonValue::fromVariant(value);
 }
 
-QVariant fromJson(const QJsonValue &value, int typeId)
+QVariant fromJson(const QJsonValue &value)
 {
 	const QJsonArray numbers = value.toArray();
-	switch (typeId) {
-	case QMetaType::QRect:
-		return QRect(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt());
-	case QMetaType::QSize:
-		return QSize(numbers[0].toInt(), numbers[1].toInt());
-	default:
-		return value.toVariant();
-	}
+	return numbers.size() != 4
+		       ? value.toVariant()
+		       : QRect(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt());
 }
 
 QMetaProperty propertyOf(const QObject &object, const QString &name)
@@ -174,8 +168,7 @@ QJsonValue getProperties(const QJsonObject &request)
 QJsonValue setProperty(const QJsonObject &request)
 {
 	QObject *object = find(request["object"].toString());
-	const QMetaProperty property = propertyOf(*object, request["property"].toString());
-	if (!property.write(object, fromJson(request["value"], property.typeId()))) {
+	if (!propertyOf(*object, request["property"].toString()).write(object, fromJson(request["value"]))) {
 		fail("the property was not set");
 	}
 	return {};
@@ -222,7 +215,8 @@ QJsonValue locateItem(const QJsonObject &request)
 	if (found.isEmpty()) {
 		fail("no such row");
 	}
-	return toJson(view.viewport()->mapToGlobal(view.visualRect(found.first()).center()));
+	const QPoint middle = view.viewport()->mapToGlobal(view.visualRect(found.first()).center());
+	return QJsonArray{middle.x(), middle.y()};
 }
 
 QJsonValue grab(const QJsonObject &request)
@@ -231,6 +225,81 @@ QJsonValue grab(const QJsonObject &request)
 		fail("the picture was not written");
 	}
 	return {};
+}
+
+// --- input -----------------------------------------------------------------------------------------------------------
+
+QPoint pointIn(const QWidget &widget, const QJsonObject &request)
+{
+	const QJsonArray at = request["at"].toArray();
+	return at.isEmpty() ? widget.rect().center() : QPoint(at[0].toInt(), at[1].toInt());
+}
+
+// "text" ("repeat" times) and "html".
+std::unique_ptr<QMimeData> mimeData(const QJsonObject &request)
+{
+	auto data = std::make_unique<QMimeData>();
+	if (request.contains("text")) {
+		data->setText(request["text"].toString().repeated(request["repeat"].toInt(1)));
+	}
+	if (request.contains("html")) {
+		data->setHtml(request["html"].toString());
+	}
+	return data;
+}
+
+// Types one character (a line feed is the Return key) with all that a key press brings: shortcuts, press, release.
+void typeCharacter(QWidget &widget, const QString &character)
+{
+	const char ascii = character.size() == 1 ? character[0].toLatin1() : '\0';
+	if (ascii == '\n') {
+		QTest::keyClick(&widget, Qt::Key_Return);
+	} else if (ascii >= ' ' && ascii <= '~') {
+		QTest::keyClick(&widget, ascii, QChar(ascii).isUpper() ? Qt::ShiftModifier : Qt::NoModifier);
+	} else {
+		QTest::sendKeyEvent(QTest::Click, &widget, Qt::Key_unknown, character, Qt::NoModifier);
+	}
+}
+
+// Presses the key sequence in "key", such as "Ctrl+V" or "Return".
+QJsonValue pressKey(const QJsonObject &request)
+{
+	const auto sequence = QKeySequence::fromString(request["key"].toString(), QKeySequence::PortableText);
+	if (sequence.count() != 1) {
+		fail("no such key");
+	}
+	QTest::keyClick(&findAs<QWidget>(request), sequence[0].key(), sequence[0].keyboardModifiers());
+	return {};
+}
+
+// "action" is a click or "wheel" by "delta"; "at" [x, y], else the middle.
+QJsonValue useMouse(const QJsonObject &request)
+{
+	auto &widget = findAs<QWidget>(request);
+	const QPoint at = pointIn(widget, request);
+	if (request["action"].toString() == "wheel") {
+		QWheelEvent event(at, widget.mapToGlobal(QPointF(at)), {}, {0, request["delta"].toInt()}, Qt::NoButton,
+				  Qt::NoModifier, Qt::NoScrollPhase, false);
+		QCoreApplication::sendEvent(&widget, &event);
+	} else {
+		QTest::mouseClick(&widget, Qt::LeftButton, Qt::NoModifier, at);
+	}
+	return {};
+}
+
+// Drops "text" and "html" at "at"; answers whether the widget took it.
+QJsonValue drop(const QJsonObject &request)
+{
+	auto &widget = findAs<QWidget>(request);
+	const std::unique_ptr<QMimeData> data = mimeData(request);
+	const QPoint at = pointIn(widget, request);
+	QDragEnterEvent enter(at, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+	QCoreApplication::sendEvent(&widget, &enter);
+	QDragMoveEvent move(at, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+	QCoreApplication::sendEvent(&widget, &move);
+	QDropEvent event(at, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+	QCoreApplication::sendEvent(&widget, &event);
+	return event.isAccepted();
 }
 
 // --- the host --------------------------------------------------------------------------------------------------------
@@ -291,12 +360,6 @@ QJsonValue bindHotkey(const QJsonObject &request)
 	return parse(obs_data_get_json(holder))["bindings"];
 }
 
-QJsonValue saveCollection(const QJsonObject &)
-{
-	obs_frontend_save();
-	return {};
-}
-
 // --- on the request's own thread -------------------------------------------------------------------------------------
 
 // Each character is a turn of its own on the user-interface thread; the pauses between them are not.
@@ -305,7 +368,7 @@ QJsonValue type(const QJsonObject &request)
 	const std::chrono::milliseconds pause{request["pauseMs"].toInt()};
 	for (const char32_t character : request["text"].toString().toStdU32String()) {
 		onUi([&request, character] {
-			probe::typeCharacter(findAs<QWidget>(request), QString::fromUcs4(&character, 1));
+			typeCharacter(findAs<QWidget>(request), QString::fromUcs4(&character, 1));
 			return QJsonValue();
 		});
 		std::this_thread::sleep_for(pause);
@@ -316,15 +379,12 @@ QJsonValue type(const QJsonObject &request)
 // Measures how long the user-interface thread leaves others waiting, for as long as it lives.
 class StallMeter {
 public:
-	StallMeter() : thread_([this] { run(); }) {}
 	~StallMeter() { stop(); }
 
 	double stop()
 	{
 		isStopped_ = true;
-		if (thread_.joinable()) {
-			thread_.join();
-		}
+		thread_.joinable() ? thread_.join() : void();
 		return std::chrono::duration<double, std::milli>(longest_).count();
 	}
 
@@ -345,7 +405,7 @@ private:
 
 	std::atomic<bool> isStopped_ = false;
 	Clock::duration longest_{};
-	std::thread thread_;
+	std::thread thread_{[this] { run(); }};
 };
 
 std::unique_ptr<StallMeter> stallMeter;
@@ -353,66 +413,46 @@ std::unique_ptr<StallMeter> stallMeter;
 // "on": start measuring; else stop, with the longest wait in milliseconds.
 QJsonValue measureStall(const QJsonObject &request)
 {
-	if (request["on"].toBool()) {
-		stallMeter = std::make_unique<StallMeter>();
-		return {};
-	}
-	const double longestMs = stallMeter ? stallMeter->stop() : throw std::runtime_error("not measuring");
-	stallMeter.reset();
-	return longestMs;
-}
-
-QJsonValue isReady(const QJsonObject &)
-{
-	return isHostReady.load();
+	const auto meter = std::move(stallMeter);
+	stallMeter = request["on"].toBool() ? std::make_unique<StallMeter>() : nullptr;
+	return meter ? QJsonValue(meter->stop()) : QJsonValue();
 }
 
 // --- requests --------------------------------------------------------------------------------------------------------
 
 using Operation = QJsonValue (*)(const QJsonObject &);
 
-// Operations on a widget that input.hpp implements.
-template <QJsonValue (*operation)(QWidget &, const QJsonObject &)>
-QJsonValue into(const QJsonObject &request)
-{
-	return operation(findAs<QWidget>(request), request);
-}
+const QHash<QString, Operation> uiOperations{
+	{"get", getProperties},
+	{"set", setProperty},
+	{"invoke", invoke},
+	{"exists", exists},
+	{"caret", placeCaret},
+	{"item", locateItem},
+	{"grab", grab},
+	{"scene", inspectScene},
+	{"hotkey", bindHotkey},
+	{"save", [](const QJsonObject &) { return obs_frontend_save(), QJsonValue(); }},
+	{"clipboard",
+	 [](const QJsonObject &request) {
+		 return QApplication::clipboard()->setMimeData(mimeData(request).release()), QJsonValue();
+	 }},
+	{"key", pressKey},
+	{"mouse", useMouse},
+	{"drop", drop},
+};
 
-const QHash<QString, Operation> &uiOperations()
-{
-	static const QHash<QString, Operation> operations{
-		{"get", getProperties},
-		{"set", setProperty},
-		{"invoke", invoke},
-		{"exists", exists},
-		{"caret", placeCaret},
-		{"item", locateItem},
-		{"grab", grab},
-		{"scene", inspectScene},
-		{"hotkey", bindHotkey},
-		{"save", saveCollection},
-		{"clipboard", probe::setClipboard},
-		{"key", into<probe::pressKey>},
-		{"mouse", into<probe::useMouse>},
-		{"drop", into<probe::drop>},
-		{"compose", into<probe::compose>},
-	};
-	return operations;
-}
-
-const QHash<QString, Operation> &ownOperations()
-{
-	static const QHash<QString, Operation> operations{{"ready", isReady}, {"type", type}, {"stall", measureStall}};
-	return operations;
-}
+const QHash<QString, Operation> ownOperations{{"ready", [](const QJsonObject &) { return QJsonValue(isHostReady); }},
+					      {"type", type},
+					      {"stall", measureStall}};
 
 QJsonValue perform(const QJsonObject &request)
 {
 	const QString name = request["op"].toString();
-	if (const Operation operation = ownOperations().value(name)) {
+	if (const Operation operation = ownOperations.value(name)) {
 		return operation(request);
 	}
-	const Operation operation = uiOperations().value(name);
+	const Operation operation = uiOperations.value(name);
 	if (!operation) {
 		fail("no operation " + name);
 	}
