@@ -7,12 +7,8 @@
 #include "notes/limits.hpp"
 #include "notes/note_document.hpp"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QRandomGenerator>
-#include <QTextBlock>
-#include <QTextList>
 #include <QtTest>
+#include <QtWidgets>
 
 namespace quillbay::test {
 

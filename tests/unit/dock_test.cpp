@@ -9,11 +9,7 @@
 #include "plugin/text.hpp"
 #include "remote/remote.hpp"
 
-#include <QAction>
-#include <QLabel>
-#include <QLocale>
-#include <QScrollBar>
-#include <QToolButton>
+#include <QtWidgets>
 
 namespace quillbay::test {
 

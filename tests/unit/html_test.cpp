@@ -5,17 +5,8 @@
 #include "notes/limits.hpp"
 #include "notes/note_document.hpp"
 
-#include <QApplication>
-#include <QBuffer>
-#include <QPainter>
-#include <QRandomGenerator>
-#include <QTemporaryDir>
-#include <QTextBlock>
-#include <QTextCursor>
-#include <QTextEdit>
-#include <QTextList>
-#include <QTextTable>
 #include <QtTest>
+#include <QtWidgets>
 
 #include <sys/stat.h>
 

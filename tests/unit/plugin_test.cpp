@@ -7,11 +7,7 @@
 #include "plugin/shell.hpp"
 #include "plugin/text.hpp"
 
-#include <QAction>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMainWindow>
-#include <QThread>
+#include <QtWidgets>
 
 namespace quillbay::test {
 

@@ -7,13 +7,7 @@
 #include "dock/speed.hpp"
 #include "plugin/text.hpp"
 
-#include <QCheckBox>
-#include <QDoubleSpinBox>
-#include <QElapsedTimer>
-#include <QLineEdit>
-#include <QScreen>
-#include <QSlider>
-#include <QToolButton>
+#include <QtWidgets>
 
 #include <limits>
 
