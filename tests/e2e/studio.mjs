@@ -5,7 +5,7 @@
 
 import fs from 'node:fs';
 import path from 'node:path';
-import { Host, clickScreen, repository, waitFor } from './host.mjs';
+import { Host, repository, waitFor } from './host.mjs';
 
 const locale = new Map();
 for (const line of fs.readFileSync(path.join(repository, 'data/locale/en-US.ini'), 'utf8').split('\n')) {
@@ -64,11 +64,6 @@ export class Studio extends Host {
 
 	async waitForScene(scene) {
 		await waitFor(`the dock shows ${scene}`, async () => (await this.get('sceneLabel', 'text')) === scene);
-	}
-
-	/** Clicks on a scene in the host's list. */
-	async clickScene(scene) {
-		await clickScreen(await this.ask('item', { object: 'scenes', text: scene }));
 	}
 
 	/** Chooses an entry of the host's menus; `answer` then drives the dialog that it opens. */

@@ -114,29 +114,18 @@ private Q_SLOTS:
 		const auto check = [](const char *name, const QString &html) {
 			QVERIFY2(withinHtmlLimits(html), name);
 		};
-		check("nothing", {});
-		check("Word",
-		      "<html xmlns:o=\"urn:schemas-microsoft-com:office:office\"><head><!--[if gte mso "
-		      "9]><xml><w:LatentStyles>" +
-			      times(376, "<w:LsdException Locked=\"false\" Name=\"%1\"/>") +
-			      "</xml><![endif]--><style><!--" +
-			      times(60, "@font-face{font-family:\"Font%1\";panose-1:2 4 5}") +
-			      times(120, "p.Style%1, li.Style%1, "
-					 "div.Style%1{margin:0cm;font-family:\"Calibri\",sans-serif}") +
-			      "--></style></head><body lang=EN-US style='tab-interval:36.0pt'>" +
-			      times(1500,
-				    "<p class=MsoNormal><b><span lang=EN-US style='font-size:12.0pt;line-height:107%;"
-				    "mso-ansi-language:EN-US'>Text<o:p></o:p></span></b> and more &nbsp;</p>\n") +
-			      "</body></html>");
+		const QString style = "p.S%1, li.S%1, div.S%1{margin:0cm;font-family:\"Calibri\",sans-serif}";
+		const QString run = "<p class=MsoNormal><b><span lang=EN-US style='font-size:12.0pt;line-height:107%;"
+				    "mso-ansi-language:EN-US'>Text<o:p></o:p></span></b> and more &nbsp;</p>\n";
+		check("Word", "<html><head><!--[if gte mso 9]><xml><w:LatentStyles>" +
+				      times(376, "<w:LsdException Name=\"%1\"/>") + "</xml><![endif]--><style><!--" +
+				      times(120, style) + "--></style></head><body>" + QString(run).repeated(1500));
 		check("a long text of Word",
-		      "<style><!--" + times(130, "p.S%1, li.S%1, div.S%1{margin:0cm;font-family:\"Calibri\"}") +
-			      "--></style>" + times(4000, "<p class=MsoNormal><span>lorem</span> <b>ips</b></p>"));
+		      "<style><!--" + times(130, style) + "--></style>" +
+			      times(4000, "<p class=MsoNormal><span>lorem</span> <b>ips</b></p>"));
 		check("a styled page of the web", "<style>" + times(500, ".nav%1 .x > li a:hover, .b%1{color:red}") +
 							  "</style>" + times(8, "<div class=\"a b\">") +
 							  times(1500, "<p class=q>lorem <b>ips</b></p>"));
-		check("a table of the web",
-		      "<table width=\"100%\">" +
-			      times(50, "<tr>" + times(10, "<td style=\"padding:4px\">cell") + "</tr>") + "</table>");
 		check("a mail", times(6, "<table width=600 cellpadding=0><tr><td align=center>") +
 					times(40, "<p>A line of a newsletter.</p>"));
 		check("nested lists", times(8, "<ul><li>item</li><li>item") + times(8, "</li></ul>"));

@@ -111,20 +111,18 @@ private Q_SLOTS:
 	// Whoever wrote the file: what Qt's own reader makes of it.
 	void anyJsonIsReadAlike()
 	{
-		const char *const tails[] = {
-			R"('sceneName':'A','html':'a\'b\\c\/d\ne'})",
-			R"('sceneName':'A','html':''})",
-			R"('sceneName':'A','html':'\u0001\ud83d\ude00\t'})",
-			R"('sceneName':'A','html':'x' })",
-			R"('html':'first','sceneName':'A'})",
-			R"('sceneName':'\',\'html\':\'x','html':'y'})",
-			R"('sceneName':'A','html':'x','html':'y'})",
-			R"('sceneName':'A','html':'x\'})",
-			R"('sceneName':'A','more':{'z':'','html':'x'}})",
-			R"('sceneName':'A','html':'a	b'})",
-			"'sceneName':'A','html':'\xef\xbb\xbf\xc3\xa9'}",
-			"'sceneName':'A','html':'\xc3'}",
-		};
+		const char *const tails[] = {R"('sceneName':'A','html':'a\'b\\c\/d\ne'})",
+					     R"('sceneName':'A','html':''})",
+					     R"('sceneName':'A','html':'\u0001\ud83d\ude00\t'})",
+					     R"('sceneName':'A','html':'x' })",
+					     R"('html':'first','sceneName':'A'})",
+					     R"('sceneName':'\',\'html\':\'x','html':'y'})",
+					     R"('sceneName':'A','html':'x','html':'y'})",
+					     R"('sceneName':'A','html':'x\'})",
+					     R"('sceneName':'A','more':{'z':'','html':'x'}})",
+					     R"('sceneName':'A','html':'a	b'})",
+					     "'sceneName':'A','html':'\xef\xbb\xbf\xc3\xa9'}",
+					     "'sceneName':'A','html':'\xc3'}"};
 		for (const char *tail : tails) {
 			const QByteArray bytes = noteJson("OBS-QuillBay", "1", "'" + kId.toUtf8() + "'", tail);
 			const QJsonValue html = QJsonDocument::fromJson(bytes).object()[QLatin1StringView("html")];
@@ -162,21 +160,18 @@ private Q_SLOTS:
 	{
 		static const QRegularExpression use(QString("\"([A-Z][A-Za-z0-9]+)\""));
 		static const QRegularExpression lookup(QString("text\\(\"(\\w+)\"\\)"));
+		static const QRegularExpression entry("^(\\w+)=", QRegularExpression::MultilineOption);
+		const auto read = [](const QString &path) { return QString::fromUtf8(readFile(path)); };
 		QSet<QString> keys;
-		const QStringList lines =
-			QString::fromUtf8(readFile(QStringLiteral(QUILLBAY_SOURCE_DIR "/data/locale/en-US.ini")))
-				.split(u'\n');
-		for (const QString &line : lines) {
-			if (!line.startsWith(u'#') && line.contains(u'=')) {
-				keys.insert(line.section(u'=', 0, 0).trimmed());
-			}
+		for (const auto &match : entry.globalMatch(read(QUILLBAY_SOURCE_DIR "/data/locale/en-US.ini"))) {
+			keys.insert(match.captured(1));
 		}
 		QVERIFY(!keys.isEmpty());
 		QSet<QString> unused = keys;
-		QDirIterator sources(QStringLiteral(QUILLBAY_SOURCE_DIR "/src"), {"*.cpp", "*.hpp"}, QDir::Files,
+		QDirIterator sources(QUILLBAY_SOURCE_DIR "/src", {"*.cpp", "*.hpp"}, QDir::Files,
 				     QDirIterator::Subdirectories);
 		while (sources.hasNext()) {
-			const QString code = QString::fromUtf8(readFile(sources.next()));
+			const QString code = read(sources.next());
 			for (const auto &match : lookup.globalMatch(code)) {
 				QVERIFY2(keys.contains(match.captured(1)), qPrintable(match.captured(1)));
 			}

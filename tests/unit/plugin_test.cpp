@@ -104,6 +104,20 @@ private Q_SLOTS:
 		QCOMPARE(editor()->toPlainText().size(), 20);
 	}
 
+	void bindingsRoundTrip()
+	{
+		obs_key_combination_t combination{INTERACT_CONTROL_KEY, OBS_KEY_F7};
+		obs_hotkey_load_bindings(hotkeyNamed("QuillBay.Faster"), &combination, 1);
+		const OBSDataAutoRelease saved = obs_data_create();
+		const OBSDataAutoRelease empty = obs_data_create();
+		frontend().save(saved, true);
+		for (const bool isBound : {false, true}) {
+			frontend().save(isBound ? saved : empty, false);
+			const OBSDataArrayAutoRelease bindings = obs_hotkey_save(hotkeyNamed("QuillBay.Faster"));
+			QCOMPARE(obs_data_array_count(bindings), isBound ? 1u : 0u);
+		}
+	}
+
 	void theHostsSaveComesWithTheNote()
 	{
 		type("text");

@@ -8,7 +8,6 @@
 // Objects are named by a path of words from the outside in, each an object name, ".Class", or one of @main, @modal,
 // @popup and @focus: "noteEditor", "@modal .QLineEdit".
 
-#include <QAbstractItemView>
 #include <QApplication>
 #include <QClipboard>
 #include <QDropEvent>
@@ -205,28 +204,6 @@ QJsonValue placeCaret(const QJsonObject &request)
 	return {};
 }
 
-// The middle of a list's row on the screen.
-QJsonValue locateItem(const QJsonObject &request)
-{
-	const auto &view = findAs<QAbstractItemView>(request);
-	const QString text = request["text"].toString();
-	const QAbstractItemModel &model = *view.model();
-	const QModelIndexList found = model.match(model.index(0, 0), Qt::DisplayRole, text, 1, Qt::MatchExactly);
-	if (found.isEmpty()) {
-		fail("no such row");
-	}
-	const QPoint middle = view.viewport()->mapToGlobal(view.visualRect(found.first()).center());
-	return QJsonArray{middle.x(), middle.y()};
-}
-
-QJsonValue grab(const QJsonObject &request)
-{
-	if (!findAs<QWidget>(request).grab().save(request["file"].toString())) {
-		fail("the picture was not written");
-	}
-	return {};
-}
-
 // --- input -----------------------------------------------------------------------------------------------------------
 
 QPoint pointIn(const QWidget &widget, const QJsonObject &request)
@@ -330,36 +307,6 @@ QJsonValue inspectScene(const QJsonObject &request)
 			   {"record", record ? QJsonValue(parse(obs_data_get_json(record))) : QJsonValue()}};
 }
 
-obs_hotkey_id findHotkey(const QByteArray &name)
-{
-	std::pair<QByteArray, obs_hotkey_id> search{name, OBS_INVALID_HOTKEY_ID};
-	const auto compare = [](void *data, obs_hotkey_id id, obs_hotkey_t *hotkey) {
-		auto &[wanted, found] = *static_cast<decltype(search) *>(data);
-		found = wanted == obs_hotkey_get_name(hotkey) ? id : found;
-		return found == OBS_INVALID_HOTKEY_ID;
-	};
-	obs_enum_hotkeys(compare, &search);
-	return search.second;
-}
-
-// The hotkey's bindings; "bindings" replaces them.
-QJsonValue bindHotkey(const QJsonObject &request)
-{
-	const obs_hotkey_id id = findHotkey(request["name"].toString().toUtf8());
-	if (id == OBS_INVALID_HOTKEY_ID) {
-		fail("no such hotkey");
-	}
-	if (request.contains("bindings")) {
-		const OBSDataAutoRelease holder = toData(request);
-		const OBSDataArrayAutoRelease bindings = obs_data_get_array(holder, "bindings");
-		obs_hotkey_load(id, bindings);
-	}
-	const OBSDataAutoRelease holder = obs_data_create();
-	const OBSDataArrayAutoRelease bindings = obs_hotkey_save(id);
-	obs_data_set_array(holder, "bindings", bindings);
-	return parse(obs_data_get_json(holder))["bindings"];
-}
-
 // --- on the request's own thread -------------------------------------------------------------------------------------
 
 // Each character is a turn of its own on the user-interface thread; the pauses between them are not.
@@ -428,10 +375,7 @@ const QHash<QString, Operation> uiOperations{
 	{"invoke", invoke},
 	{"exists", exists},
 	{"caret", placeCaret},
-	{"item", locateItem},
-	{"grab", grab},
 	{"scene", inspectScene},
-	{"hotkey", bindHotkey},
 	{"save", [](const QJsonObject &) { return obs_frontend_save(), QJsonValue(); }},
 	{"clipboard",
 	 [](const QJsonObject &request) {
