@@ -114,6 +114,29 @@ test('the text follows the clock', async () => {
 	await unlock();
 });
 
+test('Ctrl+F searches the note while a source is selected in the host', async () => {
+	const color = { sceneName: 'Cues', inputName: 'Backdrop', inputKind: 'color_source_v3' };
+	const { sceneItemId } = await studio.call('CreateInput', { ...color, inputSettings: { width: 100, height: 50 } });
+	await studio.show('Cues');
+	await studio.key('Ctrl+A', 'sources');
+	await studio.set('actionFitToScreen', 'enabled', true); // As the host does when its edit menu opens.
+	const boundsType = async () => {
+		const { sceneItemTransform } = await studio.call('GetSceneItemTransform', { sceneName: 'Cues', sceneItemId });
+		return sceneItemTransform.boundsType;
+	};
+	assert.equal(await boundsType(), 'OBS_BOUNDS_NONE');
+	await studio.ask('mouse', { object: viewport });
+	await studio.key('Ctrl+F', '@focus');
+	assert.equal(await studio.get('@focus', 'objectName'), 'searchText');
+	await studio.type('guest', { object: '@focus' });
+	await waitFor('the match', async () => (await studio.get('searchStatus', 'text')) === '1/1');
+	await studio.key('Ctrl+F', '@focus');
+	assert.equal(await boundsType(), 'OBS_BOUNDS_NONE', 'the source is not fitted to the screen');
+	await studio.key('Escape', 'searchText');
+	await studio.invoke('actionFitToScreen', 'trigger');
+	await waitFor('the source was selected', async () => (await boundsType()) !== 'OBS_BOUNDS_NONE');
+});
+
 test('the paragraph at the reading line stays there when the dock floats and gets narrow', async () => {
 	const readParagraph = async () => {
 		const [, , , height] = await studio.get(viewport, 'geometry');

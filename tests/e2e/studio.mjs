@@ -93,11 +93,6 @@ export class Studio extends Host {
 		return this.get('noteEditor', 'plainText');
 	}
 
-	/** The message that the dock gives instead of a note that it cannot open. */
-	async refusal() {
-		return this.get('noteEditor', 'placeholderText');
-	}
-
 	/** The latest status message. */
 	async status() {
 		return this.get('saveStatus', 'toolTip');

@@ -94,16 +94,6 @@ private Q_SLOTS:
 			QCOMPARE(draw(value, 48, QIcon::On) == draw(value, 48), Icon(value) != Icon::Read);
 		}
 	}
-
-	void colorStaysWhenTheApplicationPaletteChanges()
-	{
-		const QPalette before = QGuiApplication::palette();
-		QGuiApplication::setPalette(paletteOf(Qt::white));
-		const QIcon icon = makeIcon(Icon::Scroll, QGuiApplication::palette());
-		QGuiApplication::setPalette(paletteOf(Qt::black));
-		QCOMPARE(draw(icon, 24).pixelColor(12, 12), QColor(Qt::white));
-		QGuiApplication::setPalette(before);
-	}
 };
 
 QTEST_MAIN(IconsTest)

@@ -16,7 +16,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QKeySequence>
-#include <QMetaProperty>
 #include <QMimeData>
 #include <QTest>
 #include <QTextCursor>
@@ -145,21 +144,14 @@ QVariant fromJson(const QJsonValue &value)
 		       : QRect(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt());
 }
 
-QMetaProperty propertyOf(const QObject &object, const QString &name)
-{
-	const int index = object.metaObject()->indexOfProperty(name.toUtf8().constData());
-	if (index < 0) {
-		fail("no property " + name);
-	}
-	return object.metaObject()->property(index);
-}
-
 QJsonValue getProperties(const QJsonObject &request)
 {
 	const QObject *object = find(request["object"].toString());
 	QJsonObject values;
 	for (const QJsonValue name : request["properties"].toArray()) {
-		values[name.toString()] = toJson(propertyOf(*object, name.toString()).read(object));
+		const QVariant value = object->property(name.toString().toUtf8().constData());
+		values[name.toString()] =
+			value.isValid() ? toJson(value) : throw std::runtime_error("no such property");
 	}
 	return values;
 }
@@ -167,7 +159,8 @@ QJsonValue getProperties(const QJsonObject &request)
 QJsonValue setProperty(const QJsonObject &request)
 {
 	QObject *object = find(request["object"].toString());
-	if (!propertyOf(*object, request["property"].toString()).write(object, fromJson(request["value"]))) {
+	const QByteArray name = request["property"].toString().toUtf8();
+	if (!object->setProperty(name.constData(), fromJson(request["value"]))) {
 		fail("the property was not set");
 	}
 	return {};
