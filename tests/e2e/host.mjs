@@ -5,7 +5,7 @@
 //
 // QUILLBAY_BUILD names the build folder. QUILLBAY_LOGS names a folder for the logs of hosts that ended badly.
 
-import { spawn, execFileSync } from 'node:child_process';
+import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
 import net from 'node:net';
@@ -69,12 +69,6 @@ async function display() {
 		return environment;
 	})();
 	return openedDisplay;
-}
-
-/** Clicks on a point of the screen as the user's hand does. */
-export async function clickScreen([x, y]) {
-	const env = { ...process.env, ...(await display()) };
-	execFileSync('xdotool', ['mousemove', String(x), String(y), 'click', '1'], { env });
 }
 
 /** A port that nobody listens on just now. */

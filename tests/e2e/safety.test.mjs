@@ -26,16 +26,8 @@ function onSmallDisk({ notesFolder }) {
 }
 
 function fillDisk(folder) {
-	const filler = fs.openSync(path.join(folder, '.filler'), 'w');
-	try {
-		for (;;) {
-			fs.writeSync(filler, Buffer.alloc(4096));
-		}
-	} catch (error) {
-		assert.equal(error.code, 'ENOSPC');
-	} finally {
-		fs.closeSync(filler);
-	}
+	// It writes what fits.
+	assert.throws(() => fs.writeFileSync(path.join(folder, '.filler'), Buffer.alloc(2 ** 20)), { code: 'ENOSPC' });
 }
 
 function freeDisk(folder) {
@@ -48,12 +40,8 @@ function savedText(folder, scene) {
 
 async function assertSaveError(studio) {
 	await waitFor('the failed save', async () => (await studio.status()).startsWith(text('NoteSaveFailed')));
-	const line = await studio.get('saveError', ['visible', 'text', 'toolTip', 'accessibleName']);
-	assert.ok(line.visible);
-	assert.equal(line.text, `! ${text('NoteSaveFailed')}`);
-	assert.notEqual(line.toolTip, '');
-	assert.equal(line.accessibleName, `${text('NoteSaveFailed')} ${line.toolTip}`);
-	assert.equal(await studio.status(), line.accessibleName);
+	const line = await studio.get('saveError', ['visible', 'text']);
+	assert.deepEqual(line, { visible: true, text: `! ${text('NoteSaveFailed')}` });
 }
 
 describe('a host that is killed', () => {
@@ -169,34 +157,13 @@ describe('notes that cannot be written', () => {
 	});
 });
 
-describe('a notes folder that is not there', () => {
-	let studio;
-	before(async () => {
-		studio = await Studio.open(['One', 'Two']);
-		await studio.write('One', 'one');
-	});
-	after(() => studio?.kill());
-
-	test('is made again', async () => {
-		fs.rmSync(studio.notesFolder, { recursive: true });
-		await studio.type(', again');
-		await waitFor('the note is saved', () => fs.existsSync(path.join(studio.notesFolder, 'One.json')));
-		await studio.waitForSave();
-		assert.equal(await studio.savedText('One'), 'one, again');
-	});
-
-	test('is reported while a file is in its place', async () => {
-		const away = `${studio.notesFolder}-away`;
-		fs.renameSync(studio.notesFolder, away);
-		fs.writeFileSync(studio.notesFolder, 'in the way');
-		await studio.type('!');
-		await assertSaveError(studio);
-		await studio.call('SetCurrentProgramScene', { sceneName: 'Two' });
-		assert.equal(fs.readFileSync(studio.notesFolder, 'utf8'), 'in the way');
-		assert.equal(await studio.plain(), 'one, again!');
-		fs.rmSync(studio.notesFolder);
-		fs.renameSync(away, studio.notesFolder);
-		await studio.show('Scene');
-		assert.equal(await studio.savedText('One'), 'one, again!');
-	});
+test('a notes folder that is gone is made again', async (t) => {
+	const studio = await Studio.open(['One']);
+	t.after(() => studio.kill());
+	await studio.write('One', 'one');
+	fs.rmSync(studio.notesFolder, { recursive: true });
+	await studio.type(', again');
+	await waitFor('the note is saved', () => fs.existsSync(path.join(studio.notesFolder, 'One.json')));
+	await studio.waitForSave();
+	assert.equal(await studio.savedText('One'), 'one, again');
 });

@@ -5,7 +5,7 @@
 
 import fs from 'node:fs';
 import path from 'node:path';
-import { Host, clickScreen, repository, waitFor } from './host.mjs';
+import { Host, repository, waitFor } from './host.mjs';
 
 const locale = new Map();
 for (const line of fs.readFileSync(path.join(repository, 'data/locale/en-US.ini'), 'utf8').split('\n')) {
@@ -66,23 +66,12 @@ export class Studio extends Host {
 		await waitFor(`the dock shows ${scene}`, async () => (await this.get('sceneLabel', 'text')) === scene);
 	}
 
-	/** Clicks on a scene in the host's list. */
-	async clickScene(scene) {
-		await clickScreen(await this.ask('item', { object: 'scenes', text: scene }));
-	}
-
 	/** Chooses an entry of the host's menus; `answer` then drives the dialog that it opens. */
 	async choose(action, answer) {
 		await this.invoke('@main', action);
 		await waitFor('the dialog is open', () => this.ask('exists', { object: '@modal' }));
 		await answer();
 		await waitFor('the dialog is closed', async () => !(await this.ask('exists', { object: '@modal' })));
-	}
-
-	async duplicateScene(scene, copy) {
-		await this.show(scene);
-		await this.choose('DuplicateSelectedScene', () => this.fillName(copy));
-		await this.waitForScene(copy);
 	}
 
 	async fillName(name) {
@@ -102,11 +91,6 @@ export class Studio extends Host {
 	/** The open note's text. */
 	async plain() {
 		return this.get('noteEditor', 'plainText');
-	}
-
-	/** The message that the dock gives instead of a note that it cannot open. */
-	async refusal() {
-		return this.get('noteEditor', 'placeholderText');
 	}
 
 	/** The latest status message. */

@@ -52,3 +52,9 @@ int run(int argc, char *argv[])
 }
 
 } // namespace quillbay::test
+
+#define QUILLBAY_TEST_MAIN(Test)                                                                                       \
+	int main(int argc, char *argv[])                                                                               \
+	{                                                                                                              \
+		return quillbay::test::run<Test>(argc, argv);                                                          \
+	}

@@ -6,12 +6,7 @@
 #include "dock/marks.hpp"
 #include "dock/style.hpp"
 
-#include <QMenu>
-#include <QSpinBox>
-#include <QTextBlock>
-#include <QTextList>
-#include <QToolBar>
-#include <QToolButton>
+#include <QtWidgets>
 
 namespace quillbay::test {
 
@@ -25,17 +20,154 @@ private Q_SLOTS:
 		editor = fixture->editor;
 	}
 	void cleanup() { fixture.reset(); }
-	void stylesAreOneUndoStep_data();
-	void stylesAreOneUndoStep();
-	void controlsFollowTheCaret();
-	void listsAndIndents();
-	void clearingFormats();
-	void painterWorksOnceOrAgain();
-	void marks_data();
-	void marks();
-	void marksKeepTheirColour();
-	void backspaceRemovesAWholeMark();
-	void readModeLeavesFewTools();
+
+	void stylesAreOneUndoStep()
+	{
+		for (const char *name : {"formatBold", "formatItalic", "formatUnderline", "formatStrike", "alignCenter",
+					 "increaseIndent", "clearFormat"}) {
+			editor->loadHtml("<p>one <b>two</b></p><p>three</p>");
+			const QString before = editor->toHtml();
+			fixture->select(2, 10);
+			fixture->action(name)->trigger();
+			QVERIFY2(editor->toHtml() != before, name);
+			QCOMPARE(editor->textCursor().selectionStart(), 2);
+			editor->undo();
+			QCOMPARE(editor->toHtml(), before);
+			QVERIFY(!editor->document()->isUndoAvailable());
+		}
+	}
+
+	void controlsFollowTheCaret()
+	{
+		editor->loadHtml("<p>plain</p><p align=right><i style='font-size:20pt'>styled</i></p>");
+		const auto check = [this](int position, bool isStyled) {
+			fixture->select(position, position);
+			QCOMPARE(fixture->action("formatItalic")->isChecked(), isStyled);
+			QCOMPARE(fixture->action("alignRight")->isChecked(), isStyled);
+			QCOMPARE(fixture->find<QSpinBox>("fontSize")->value() == 20, isStyled);
+		};
+		check(8, true);
+		check(1, false);
+		QVERIFY2(!editor->document()->isUndoAvailable(), "looking at a format must not change it");
+		fixture->select(0, 5);
+		fixture->find<QSpinBox>("fontSize")->setValue(30);
+		QCOMPARE(formatAt(2).fontPointSize(), 30.0);
+	}
+
+	void listsAndIndents()
+	{
+		insert("a\nb\nc");
+		fixture->select(0, 3);
+		const QList<QAction *> styles = fixture->find<QToolButton>("listStyle")->menu()->actions();
+		styles[3]->trigger();
+		const QTextBlock second = editor->document()->findBlockByNumber(1);
+		QVERIFY(second.textList() && second.textList()->format().style() == QTextListFormat::ListDecimal);
+		QVERIFY(!second.next().textList());
+		const auto press = [this](const char *name, int times) {
+			for (int i = 0; i < times; ++i) {
+				fixture->action(name)->trigger();
+			}
+		};
+		fixture->select(2, 2);
+		press("increaseIndent", 15);
+		QCOMPARE(second.textList()->format().indent(), 12);
+		press("decreaseIndent", 13);
+		QVERIFY2(!second.textList(), "below the first level a paragraph leaves its list");
+		QCOMPARE(second.blockFormat().indent(), 0);
+		editor->selectAll();
+		styles[9]->trigger();
+		QVERIFY(!editor->document()->begin().textList());
+	}
+
+	void clearingFormats()
+	{
+		editor->loadHtml(QStringLiteral("<ul><li><b>a</b></li></ul><p align=\"center\" "
+						"style=\"color:#ff0000\">b</p><p align=\"center\"></p>"));
+		fixture->select(0, 0);
+		fixture->action("clearFormat")->trigger();
+		for (QTextBlock block = editor->document()->begin(); block.isValid(); block = block.next()) {
+			QVERIFY(!block.textList());
+			QCOMPARE(block.blockFormat().lineHeight(), 140.0);
+			QCOMPARE(block.blockFormat().alignment() & Qt::AlignHCenter, Qt::Alignment());
+			QVERIFY(block.length() == 1 || formatAt(block.position()).properties().isEmpty());
+		}
+	}
+
+	void painterWorksOnceOrAgain()
+	{
+		QAction *painter = fixture->action("formatPainter");
+		QWidget *button = fixture->find<QToolBar>("formatToolbar")->widgetForAction(painter);
+		for (const bool isLasting : {false, true}) {
+			editor->loadHtml("<p><b>bold</b> one two</p>");
+			fixture->select(2, 2);
+			isLasting ? QTest::mouseDClick(button, Qt::LeftButton) : painter->trigger();
+			QCOMPARE(editor->viewport()->cursor().shape(), Qt::CrossCursor);
+			for (const int start : {5, 9}) {
+				fixture->select(start, start + 3);
+				QTest::keyRelease(editor, Qt::Key_Shift);
+				QCoreApplication::processEvents();
+				QCOMPARE(formatAt(start + 1).fontWeight() == QFont::Bold, isLasting || start == 5);
+				QCOMPARE(painter->isChecked(), isLasting);
+			}
+			QTest::keyClick(editor, Qt::Key_Escape);
+			QVERIFY(!painter->isChecked());
+			QCOMPARE(editor->viewport()->cursor().shape(), Qt::IBeamCursor);
+		}
+	}
+
+	void marks()
+	{
+		const auto check = [this](const QString &paragraph, int caret, const QString &mark) {
+			editor->setPlainText("first\n" + paragraph);
+			QTextCursor cursor(editor->document());
+			cursor.setPosition(6 + caret);
+			QCOMPARE(markAt(cursor).selectedText(), mark);
+		};
+		check("", 0, "");
+		check("a◆[x]b", 1, "◆[x]");
+		check("a◆[x]b", 3, "◆[x]");
+		check("a◆[x]b", 5, "◆[x]");
+		check("a◆[x]bc", 6, "");
+		check("◆[]", 3, "◆[]");
+		check("◆ x", 1, "◆");
+		check("◆[x", 3, "");
+		check("◆[a◆b]", 1, "◆");
+		check("◆[a\u2028b]", 1, "◆");
+	}
+
+	void marksKeepTheirColour()
+	{
+		const QColor mark = markColor(fixture->dock->palette());
+		insert("ab");
+		fixture->select(1, 1);
+		fixture->action("insertMark")->trigger();
+		QTest::keyClicks(editor, "in");
+		QCOMPARE(formatAt(4).foreground().color(), mark);
+		fixture->select(6, 6);
+		QTest::keyClicks(editor, "out");
+		QCOMPARE(editor->toPlainText(), "a◆[in]outb");
+		QVERIFY2(!formatAt(7).hasProperty(QTextFormat::ForegroundBrush),
+			 "text after a mark goes on as before it");
+	}
+
+	void backspaceRemovesAWholeMark()
+	{
+		insert("a◆[note]");
+		QTest::keyClick(editor, Qt::Key_Backspace);
+		QCOMPARE(editor->toPlainText(), "a");
+		editor->undo();
+		QCOMPARE(editor->toPlainText(), "a◆[note]");
+		fixture->select(7, 7);
+		QTest::keyClick(editor, Qt::Key_Backspace);
+		QCOMPARE(editor->toPlainText(), "a◆[not]");
+	}
+
+	void readModeLeavesFewTools()
+	{
+		fixture->dock->setLocked(true);
+		QVERIFY(fixture->action("nextMark")->isEnabled() && !fixture->action("formatBold")->isEnabled());
+		QVERIFY(!fixture->find<QToolBar>("paragraphToolbar")->isEnabled());
+	}
 
 private:
 	void insert(const QString &text) const { editor->textCursor().insertText(text); }
@@ -50,187 +182,7 @@ private:
 	Editor *editor = nullptr;
 };
 
-void FormattingTest::stylesAreOneUndoStep_data()
-{
-	QTest::addColumn<QString>("name");
-	for (const char *name : {"formatBold", "formatItalic", "formatUnderline", "formatStrike", "alignCenter",
-				 "increaseIndent", "clearFormat"}) {
-		QTest::newRow(name) << QString::fromLatin1(name);
-	}
-}
-
-void FormattingTest::stylesAreOneUndoStep()
-{
-	QFETCH(QString, name);
-	editor->loadHtml(QStringLiteral("<p>one <b>two</b></p><p>three</p>"));
-	const QString before = editor->toHtml();
-	fixture->select(2, 10);
-	fixture->dock->findChild<QAction *>(name)->trigger();
-	QVERIFY(editor->toHtml() != before);
-	QCOMPARE(editor->textCursor().selectionStart(), 2);
-	editor->undo();
-	QCOMPARE(editor->toHtml(), before);
-	QVERIFY(!editor->document()->isUndoAvailable());
-}
-
-void FormattingTest::controlsFollowTheCaret()
-{
-	editor->loadHtml(QStringLiteral("<p>plain</p><p align=\"right\"><span style=\"font-size:20pt; "
-					"font-weight:600\"><i>styled</i></span></p>"));
-	fixture->select(8, 8);
-	QVERIFY(fixture->action("formatItalic")->isChecked() && !fixture->action("formatUnderline")->isChecked());
-	QVERIFY(fixture->action("alignRight")->isChecked() && !fixture->action("alignLeft")->isChecked());
-	QCOMPARE(fixture->find<QSpinBox>("fontSize")->value(), 20);
-	fixture->select(1, 1);
-	QVERIFY(!fixture->action("formatItalic")->isChecked() && fixture->action("alignLeft")->isChecked());
-	QVERIFY2(!editor->document()->isUndoAvailable(), "looking at a format must not change it");
-	fixture->select(0, 5);
-	fixture->find<QSpinBox>("fontSize")->setValue(30);
-	QCOMPARE(formatAt(2).fontPointSize(), 30.0);
-}
-
-void FormattingTest::listsAndIndents()
-{
-	insert(QStringLiteral("a\nb\nc"));
-	fixture->select(0, 3);
-	const auto pick = [this](int index) {
-		fixture->find<QToolButton>("listStyle")->menu()->actions().at(index)->trigger();
-	};
-	pick(3);
-	const QTextBlock second = editor->document()->findBlockByNumber(1);
-	QVERIFY(second.textList() && second.textList()->format().style() == QTextListFormat::ListDecimal);
-	QVERIFY(!second.next().textList());
-	fixture->select(2, 2);
-	for (int i = 0; i < 15; ++i) {
-		fixture->action("increaseIndent")->trigger();
-	}
-	QCOMPARE(second.textList()->format().indent(), 12);
-	for (int i = 0; i < 12; ++i) {
-		fixture->action("decreaseIndent")->trigger();
-	}
-	QVERIFY2(!second.textList(), "below the first level a paragraph leaves its list");
-	QCOMPARE(second.blockFormat().indent(), 0);
-	fixture->action("decreaseIndent")->trigger();
-	QCOMPARE(second.blockFormat().indent(), 0);
-	editor->selectAll();
-	pick(9);
-	QVERIFY(!editor->document()->begin().textList());
-}
-
-void FormattingTest::clearingFormats()
-{
-	editor->loadHtml(QStringLiteral(
-		"<ul><li><b>a</b></li></ul><p align=\"center\" style=\"color:#ff0000\">b</p><p align=\"center\"></p>"));
-	fixture->select(0, 0);
-	fixture->action("clearFormat")->trigger();
-	for (QTextBlock block = editor->document()->begin(); block.isValid(); block = block.next()) {
-		QVERIFY(!block.textList());
-		QCOMPARE(block.blockFormat().lineHeight(), 140.0);
-		QCOMPARE(block.blockFormat().alignment() & Qt::AlignHCenter, Qt::Alignment());
-		QVERIFY(block.length() == 1 || formatAt(block.position()).properties().isEmpty());
-	}
-}
-
-void FormattingTest::painterWorksOnceOrAgain()
-{
-	editor->loadHtml(QStringLiteral("<p><b>bold</b> one two</p>"));
-	QAction *painter = fixture->action("formatPainter");
-	const auto paint = [this](int start, int end) {
-		fixture->select(start, end);
-		QTest::keyRelease(editor, Qt::Key_Shift);
-		QCoreApplication::processEvents();
-	};
-	fixture->select(2, 2);
-	painter->trigger();
-	QCOMPARE(editor->viewport()->cursor().shape(), Qt::CrossCursor);
-	paint(5, 8);
-	QCOMPARE(formatAt(6).fontWeight(), int(QFont::Bold));
-	QVERIFY(!painter->isChecked());
-	paint(9, 12);
-	QVERIFY(formatAt(10).fontWeight() != QFont::Bold);
-
-	fixture->select(2, 2);
-	QWidget *button = fixture->find<QToolBar>("formatToolbar")->widgetForAction(painter);
-	QTest::mouseDClick(button, Qt::LeftButton);
-	paint(9, 12);
-	QCOMPARE(formatAt(10).fontWeight(), int(QFont::Bold));
-	QVERIFY2(painter->isChecked(), "a double click keeps it on");
-	QTest::keyClick(editor, Qt::Key_Escape);
-	QVERIFY(!painter->isChecked());
-	QCOMPARE(editor->viewport()->cursor().shape(), Qt::IBeamCursor);
-}
-
-void FormattingTest::marks_data()
-{
-	QTest::addColumn<QString>("paragraph");
-	QTest::addColumn<int>("caret");
-	QTest::addColumn<QString>("mark");
-	const auto row = [](const char *name, const char *paragraph, int caret, const char *mark) {
-		QTest::newRow(name) << QString::fromUtf8(paragraph) << caret << QString::fromUtf8(mark);
-	};
-	row("empty paragraph", "", 0, "");
-	row("before", "a◆[x]b", 1, "◆[x]");
-	row("inside", "a◆[x]b", 3, "◆[x]");
-	row("after", "a◆[x]b", 5, "◆[x]");
-	row("beyond", "a◆[x]bc", 6, "");
-	row("at the end", "◆[]", 3, "◆[]");
-	row("no brackets", "◆ x", 1, "◆");
-	row("unbalanced", "◆[x", 3, "");
-	row("nested", "◆[a◆b]", 1, "◆");
-	row("line break", "◆[a\u2028b]", 1, "◆");
-}
-
-void FormattingTest::marks()
-{
-	QFETCH(QString, paragraph);
-	QFETCH(int, caret);
-	insert(QStringLiteral("first\n") + paragraph);
-	QTextCursor cursor(editor->document());
-	cursor.setPosition(6 + caret);
-	QTEST(markAt(cursor).selectedText(), "mark");
-}
-
-void FormattingTest::marksKeepTheirColour()
-{
-	const QColor mark = markColor(fixture->dock->palette());
-	insert(QStringLiteral("ab"));
-	fixture->select(1, 1);
-	fixture->action("insertMark")->trigger();
-	QTest::keyClicks(editor, QStringLiteral("in"));
-	QCOMPARE(formatAt(4).foreground().color(), mark);
-	fixture->select(6, 6);
-	QTest::keyClicks(editor, QStringLiteral("out"));
-	QCOMPARE(editor->toPlainText(), QStringLiteral("a◆[in]outb"));
-	QVERIFY2(!formatAt(7).hasProperty(QTextFormat::ForegroundBrush), "text after a mark goes on as before it");
-}
-
-void FormattingTest::backspaceRemovesAWholeMark()
-{
-	insert(QStringLiteral("a◆[note]"));
-	QTest::keyClick(editor, Qt::Key_Backspace);
-	QCOMPARE(editor->toPlainText(), QStringLiteral("a"));
-	editor->undo();
-	QCOMPARE(editor->toPlainText(), QStringLiteral("a◆[note]"));
-	fixture->select(7, 7);
-	QTest::keyClick(editor, Qt::Key_Backspace);
-	QCOMPARE(editor->toPlainText(), QStringLiteral("a◆[not]"));
-}
-
-void FormattingTest::readModeLeavesFewTools()
-{
-	fixture->dock->setLocked(true);
-	QVERIFY(fixture->action("nextMark")->isEnabled() && !fixture->action("formatBold")->isEnabled());
-	QVERIFY(!fixture->find<QToolBar>("paragraphToolbar")->isEnabled());
-	QVERIFY(!fixture->find<QSpinBox>("fontSize")->isEnabled());
-	fixture->dock->setLocked(false);
-	QVERIFY(fixture->action("formatBold")->isEnabled());
-}
-
 } // namespace quillbay::test
 
-int main(int argc, char *argv[])
-{
-	return quillbay::test::run<quillbay::test::FormattingTest>(argc, argv);
-}
-
+QUILLBAY_TEST_MAIN(quillbay::test::FormattingTest)
 #include "formatting_test.moc"

@@ -7,11 +7,7 @@
 #include "plugin/shell.hpp"
 #include "plugin/text.hpp"
 
-#include <QAction>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMainWindow>
-#include <QThread>
+#include <QtWidgets>
 
 namespace quillbay::test {
 
@@ -46,20 +42,179 @@ class PluginTest : public QObject {
 	Q_OBJECT
 
 private Q_SLOTS:
-	void init();
-	void cleanup();
-	void refusesToLoad();
-	void pressesReachTheDock();
-	void bindingsRoundTrip();
-	void theHostsSaveComesWithTheNote();
-	void closingSavesBeforeTheHostDoes();
-	void onlyRenamedScenesCount();
-	void keysInTheNoteStayThere();
-	void unloadTakesEverythingOut();
-	void afterExitTheHostIsLeftAlone();
+	void init()
+	{
+		frontend() = {};
+		folder = std::make_unique<QTemporaryDir>();
+		window = std::make_unique<QMainWindow>();
+		frontend().mainWindow = window.get();
+		scene = makeScene("Intro").Get();
+		frontend().currentScene = scene;
+		isLoaded = qstrcmp(QTest::currentTestFunction(), "refusesToLoad") != 0;
+		if (isLoaded) {
+			QVERIFY(load());
+			frontend().sendEvent(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+		}
+	}
+
+	void cleanup()
+	{
+		if (isLoaded) {
+			shell().unload();
+		}
+		window.reset();
+		frontend() = {};
+		removeScenes();
+		scene = nullptr;
+	}
+
+	void refusesToLoad()
+	{
+		frontend().mainWindow = nullptr;
+		QVERIFY(!load());
+		frontend().mainWindow = window.get();
+		const QString inTheWay = folder->filePath("file");
+		writeFile(inTheWay, "x");
+		QVERIFY(!shell().load(inTheWay + "/settings.ini"));
+		frontend().acceptsDock = false;
+		QVERIFY(!load());
+		QVERIFY(frontend().eventCallbacks.empty() && frontend().saveCallbacks.empty());
+		QVERIFY(window->findChildren<Dock *>().isEmpty());
+		QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
+	}
+
+	void pressesReachTheDock()
+	{
+		QCOMPARE(frontend().dockTitle, text("QuillBay"));
+		const obs_hotkey_id id = hotkeyNamed("QuillBay.InsertTime");
+		QVERIFY(id != OBS_INVALID_HOTKEY_ID);
+		obs_hotkey_enable_callback_rerouting(true);
+		const auto trigger = [id](bool isPressed) {
+			onHostThread([id, isPressed] { obs_hotkey_trigger_routed_callback(id, isPressed); });
+		};
+		trigger(false);
+		QCoreApplication::processEvents();
+		QCOMPARE(editor()->toPlainText(), QString());
+		trigger(true);
+		QCOMPARE(editor()->toPlainText(), QString());
+		QTRY_COMPARE(editor()->toPlainText().size(), 20);
+		trigger(true);
+		frontend().sendEvent(OBS_FRONTEND_EVENT_EXIT);
+		QCoreApplication::processEvents();
+		QCOMPARE(editor()->toPlainText().size(), 20);
+	}
+
+	void bindingsRoundTrip()
+	{
+		obs_key_combination_t combination{INTERACT_CONTROL_KEY, OBS_KEY_F7};
+		obs_hotkey_load_bindings(hotkeyNamed("QuillBay.Faster"), &combination, 1);
+		const OBSDataAutoRelease saved = obs_data_create();
+		const OBSDataAutoRelease empty = obs_data_create();
+		frontend().save(saved, true);
+		for (const bool isBound : {false, true}) {
+			frontend().save(isBound ? saved : empty, false);
+			const OBSDataArrayAutoRelease bindings = obs_hotkey_save(hotkeyNamed("QuillBay.Faster"));
+			QCOMPARE(obs_data_array_count(bindings), isBound ? 1u : 0u);
+		}
+	}
+
+	void theHostsSaveComesWithTheNote()
+	{
+		type("text");
+		const OBSDataAutoRelease saved = obs_data_create();
+		frontend().save(saved, true);
+		QVERIFY(readFile(dock()->store().filePath(scene)).contains("text"));
+		QCOMPARE(frontend().saves, 0);
+		QCoreApplication::processEvents();
+		QCOMPARE(frontend().saves, 1);
+		frontend().save(saved, true);
+		QCoreApplication::processEvents();
+		QVERIFY2(frontend().saves == 1, "a save must not ask for the next one for ever");
+	}
+
+	void closingSavesBeforeTheHostDoes()
+	{
+		type("text");
+		window->close();
+		QCOMPARE(recordOf(scene, "file"), "Intro.json");
+	}
+
+	void onlyRenamedScenesCount()
+	{
+		type("text");
+		QVERIFY(dock()->flush(true, true));
+		const auto rename = [](obs_source_t *source, const char *name) {
+			onHostThread([source, name] { obs_source_set_name(source, name); });
+		};
+		rename(scene, "Outro");
+		QCOMPARE(recordOf(scene, "file"), "Intro.json");
+		QTRY_COMPARE(recordOf(scene, "file"), "Outro.json");
+
+		obs_scene_t *const group = obs_scene_create("Group");
+		rename(obs_scene_get_source(group), "Gone");
+		obs_scene_release(group);
+		QCoreApplication::processEvents();
+		QCOMPARE(dock()->findChild<QLabel *>("sceneLabel")->text(), "Outro");
+	}
+
+	void keysInTheNoteStayThere()
+	{
+		int hostActions = 0;
+		for (const char *keys : {"Ctrl+F", "Ctrl+Shift+V", "Ctrl+C", "Ctrl+R"}) {
+			auto *action = new QAction(window.get());
+			action->setShortcut(QKeySequence(QString::fromLatin1(keys)));
+			connect(action, &QAction::triggered, this, [&hostActions] { ++hostActions; });
+			window->addAction(action);
+		}
+		window->setCentralWidget(dock());
+		window->show();
+		window->activateWindow();
+		editor()->setFocus();
+		type("copied");
+		editor()->selectAll();
+		dock()->setLocked(true);
+		QTest::keyClick(editor(), Qt::Key_C, Qt::ControlModifier);
+		QTest::keyClick(editor(), Qt::Key_R, Qt::ControlModifier);
+		dock()->setLocked(false);
+		editor()->moveCursor(QTextCursor::End);
+		QTest::keyClick(editor(), Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
+		QCOMPARE(editor()->toPlainText(), "copiedcopied");
+		QTest::keyClick(editor(), Qt::Key_F, Qt::ControlModifier);
+		QTRY_VERIFY(dock()->findChild<QLineEdit *>("searchText")->hasFocus());
+		QCOMPARE(hostActions, 0);
+	}
+
+	void unloadTakesEverythingOut()
+	{
+		type("text");
+		shell().unload();
+		isLoaded = false;
+		QCOMPARE(frontend().removals, 3);
+		QVERIFY(!frontend().dock);
+		QVERIFY(frontend().eventCallbacks.empty() && frontend().saveCallbacks.empty());
+		QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
+		QCOMPARE(recordOf(scene, "file"), "Intro.json");
+		obs_source_set_name(scene, "After");
+		QCoreApplication::processEvents();
+		QCOMPARE(recordOf(scene, "name"), "Intro");
+	}
+
+	void afterExitTheHostIsLeftAlone()
+	{
+		type("text");
+		frontend().sendEvent(OBS_FRONTEND_EVENT_EXIT);
+		QCOMPARE(recordOf(scene, "file"), "Intro.json");
+		const OBSDataAutoRelease saved = obs_data_create();
+		frontend().save(saved, true);
+		QVERIFY(!obs_data_has_user_value(saved, "quillbay_hotkeys"));
+		shell().unload();
+		isLoaded = false;
+		QCOMPARE(frontend().removals, 0);
+		QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
+	}
 
 private:
-	bool load() { return shell().load(folder->filePath(QStringLiteral("settings.ini"))); }
+	bool load() { return shell().load(folder->filePath("settings.ini")); }
 	void type(const char *keys) { QTest::keyClicks(editor(), QLatin1StringView(keys)); }
 	static Dock *dock() { return static_cast<Dock *>(frontend().dock); }
 	static Editor *editor() { return dock()->findChild<Editor *>(); }
@@ -70,189 +225,7 @@ private:
 	bool isLoaded = false;
 };
 
-void PluginTest::init()
-{
-	frontend() = {};
-	folder = std::make_unique<QTemporaryDir>();
-	window = std::make_unique<QMainWindow>();
-	frontend().mainWindow = window.get();
-	scene = makeScene(QStringLiteral("Intro")).Get();
-	frontend().currentScene = scene;
-	isLoaded = qstrcmp(QTest::currentTestFunction(), "refusesToLoad") != 0;
-	if (isLoaded) {
-		QVERIFY(load());
-		frontend().sendEvent(OBS_FRONTEND_EVENT_FINISHED_LOADING);
-	}
-}
-
-void PluginTest::cleanup()
-{
-	if (isLoaded) {
-		shell().unload();
-	}
-	window.reset();
-	frontend() = {};
-	removeScenes();
-	scene = nullptr;
-}
-
-void PluginTest::refusesToLoad()
-{
-	frontend().mainWindow = nullptr;
-	QVERIFY(!load());
-	frontend().mainWindow = window.get();
-	const QString inTheWay = folder->filePath(QStringLiteral("file"));
-	writeFile(inTheWay, "x");
-	QVERIFY(!shell().load(inTheWay + QStringLiteral("/settings.ini")));
-	frontend().acceptsDock = false;
-	QVERIFY(!load());
-	QVERIFY(frontend().eventCallbacks.empty() && frontend().saveCallbacks.empty());
-	QVERIFY(window->findChildren<Dock *>().isEmpty());
-	QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
-}
-
-void PluginTest::pressesReachTheDock()
-{
-	QCOMPARE(frontend().dockTitle, text("QuillBay"));
-	const obs_hotkey_id id = hotkeyNamed("QuillBay.InsertTime");
-	QVERIFY(id != OBS_INVALID_HOTKEY_ID);
-	obs_hotkey_enable_callback_rerouting(true);
-	const auto trigger = [id](bool isPressed) {
-		onHostThread([id, isPressed] { obs_hotkey_trigger_routed_callback(id, isPressed); });
-	};
-	trigger(false);
-	QCoreApplication::processEvents();
-	QCOMPARE(editor()->toPlainText(), QString());
-	trigger(true);
-	QCOMPARE(editor()->toPlainText(), QString());
-	QTRY_COMPARE(editor()->toPlainText().size(), 20);
-	trigger(true);
-	frontend().sendEvent(OBS_FRONTEND_EVENT_EXIT);
-	QCoreApplication::processEvents();
-	QCOMPARE(editor()->toPlainText().size(), 20);
-}
-
-void PluginTest::bindingsRoundTrip()
-{
-	obs_key_combination_t combination{INTERACT_CONTROL_KEY, OBS_KEY_F7};
-	obs_hotkey_load_bindings(hotkeyNamed("QuillBay.Faster"), &combination, 1);
-	const OBSDataAutoRelease saved = obs_data_create();
-	frontend().save(saved, true);
-	const OBSDataAutoRelease bindings = obs_data_get_obj(saved, "quillbay_hotkeys");
-	const OBSDataArrayAutoRelease faster = obs_data_get_array(bindings, "QuillBay.Faster");
-	const OBSDataArrayAutoRelease top = obs_data_get_array(bindings, "QuillBay.Top");
-	QCOMPARE(obs_data_array_count(faster), 1u);
-	QVERIFY(top);
-
-	const OBSDataAutoRelease empty = obs_data_create();
-	frontend().save(empty, false);
-	const OBSDataArrayAutoRelease unbound = obs_hotkey_save(hotkeyNamed("QuillBay.Faster"));
-	QCOMPARE(obs_data_array_count(unbound), 0u);
-	frontend().save(saved, false);
-	const OBSDataArrayAutoRelease bound = obs_hotkey_save(hotkeyNamed("QuillBay.Faster"));
-	QCOMPARE(obs_data_array_count(bound), 1u);
-}
-
-void PluginTest::theHostsSaveComesWithTheNote()
-{
-	type("text");
-	const OBSDataAutoRelease saved = obs_data_create();
-	frontend().save(saved, true);
-	QVERIFY(readFile(dock()->store().filePath(scene)).contains("text"));
-	QCOMPARE(frontend().saves, 0);
-	QCoreApplication::processEvents();
-	QCOMPARE(frontend().saves, 1);
-	frontend().save(saved, true);
-	QCoreApplication::processEvents();
-	QVERIFY2(frontend().saves == 1, "a save must not ask for the next one for ever");
-}
-
-void PluginTest::closingSavesBeforeTheHostDoes()
-{
-	type("text");
-	window->close();
-	QCOMPARE(recordOf(scene, "file"), QStringLiteral("Intro.json"));
-}
-
-void PluginTest::onlyRenamedScenesCount()
-{
-	type("text");
-	QVERIFY(dock()->flush(true, true));
-	const auto rename = [](obs_source_t *source, const char *name) {
-		onHostThread([source, name] { obs_source_set_name(source, name); });
-	};
-	rename(scene, "Outro");
-	QCOMPARE(recordOf(scene, "file"), QStringLiteral("Intro.json"));
-	QTRY_COMPARE(recordOf(scene, "file"), QStringLiteral("Outro.json"));
-
-	obs_scene_t *const group = obs_scene_create("Group");
-	rename(obs_scene_get_source(group), "Gone");
-	obs_scene_release(group);
-	QCoreApplication::processEvents();
-	QCOMPARE(dock()->findChild<QLabel *>(QStringLiteral("sceneLabel"))->text(), QStringLiteral("Outro"));
-}
-
-void PluginTest::keysInTheNoteStayThere()
-{
-	int hostActions = 0;
-	for (const char *keys : {"Ctrl+F", "Ctrl+Shift+V", "Ctrl+C", "Ctrl+R"}) {
-		auto *action = new QAction(window.get());
-		action->setShortcut(QKeySequence(QString::fromLatin1(keys)));
-		connect(action, &QAction::triggered, this, [&hostActions] { ++hostActions; });
-		window->addAction(action);
-	}
-	window->setCentralWidget(dock());
-	window->show();
-	window->activateWindow();
-	editor()->setFocus();
-	type("copied");
-	editor()->selectAll();
-	dock()->setLocked(true);
-	QTest::keyClick(editor(), Qt::Key_C, Qt::ControlModifier);
-	QTest::keyClick(editor(), Qt::Key_R, Qt::ControlModifier);
-	dock()->setLocked(false);
-	editor()->moveCursor(QTextCursor::End);
-	QTest::keyClick(editor(), Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
-	QCOMPARE(editor()->toPlainText(), QStringLiteral("copiedcopied"));
-	QTest::keyClick(editor(), Qt::Key_F, Qt::ControlModifier);
-	QTRY_VERIFY(dock()->findChild<QLineEdit *>(QStringLiteral("searchText"))->hasFocus());
-	QCOMPARE(hostActions, 0);
-}
-
-void PluginTest::unloadTakesEverythingOut()
-{
-	type("text");
-	shell().unload();
-	isLoaded = false;
-	QCOMPARE(frontend().removals, 3);
-	QVERIFY(!frontend().dock);
-	QVERIFY(frontend().eventCallbacks.empty() && frontend().saveCallbacks.empty());
-	QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
-	QCOMPARE(recordOf(scene, "file"), QStringLiteral("Intro.json"));
-	obs_source_set_name(scene, "After");
-	QCoreApplication::processEvents();
-	QCOMPARE(recordOf(scene, "name"), QStringLiteral("Intro"));
-}
-
-void PluginTest::afterExitTheHostIsLeftAlone()
-{
-	type("text");
-	frontend().sendEvent(OBS_FRONTEND_EVENT_EXIT);
-	QCOMPARE(recordOf(scene, "file"), QStringLiteral("Intro.json"));
-	const OBSDataAutoRelease saved = obs_data_create();
-	frontend().save(saved, true);
-	QVERIFY(!obs_data_has_user_value(saved, "quillbay_hotkeys"));
-	shell().unload();
-	isLoaded = false;
-	QCOMPARE(frontend().removals, 0);
-	QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
-}
-
 } // namespace quillbay::test
 
-int main(int argc, char *argv[])
-{
-	return quillbay::test::run<quillbay::test::PluginTest>(argc, argv);
-}
-
+QUILLBAY_TEST_MAIN(quillbay::test::PluginTest)
 #include "plugin_test.moc"

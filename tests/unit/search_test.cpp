@@ -6,8 +6,7 @@
 #include "dock/matches.hpp"
 #include "plugin/text.hpp"
 
-#include <QLineEdit>
-#include <QToolButton>
+#include <QtWidgets>
 
 namespace quillbay::test {
 
@@ -21,16 +20,130 @@ private Q_SLOTS:
 		field = fixture->find<QLineEdit>("searchText");
 	}
 	void cleanup() { fixture.reset(); }
-	void matches_data();
-	void matches();
-	void findsWhileTyping();
-	void stepsAndWraps();
-	void editsKeepTheCountRight();
-	void marksAreFound();
-	void aSelectionIsSearchedFor();
-	void goToInputs_data();
-	void goToInputs();
-	void goingToAPlace();
+	void matches()
+	{
+		const auto check = [this](const QString &note, const QString &searchText, int count) {
+			fixture->editor->setText(note);
+			const auto found = findMatches(*fixture->editor->document(), searchText);
+			QCOMPARE(int(found.size()), count);
+			for (const SearchRange &range : found) {
+				QTextCursor cursor(fixture->editor->document());
+				cursor.setPosition(range.start);
+				cursor.setPosition(range.end, QTextCursor::KeepAnchor);
+				QCOMPARE(cursor.selectedText().replace(QChar::Nbsp, QChar::Space).toLower(),
+					 QString(searchText).replace(QChar::Nbsp, QChar::Space).toLower());
+			}
+		};
+		check("Say saY\nSAY", "say", 3);
+		check("aaaa", "aa", 2);
+		check("two\u00a0words", "two words", 1);
+		check("two words", "two\u00a0words", 1);
+		check("one\ntwo", "one\ntwo", 0);
+		check("a[b[", "[", 2);
+		check("<table><tr><td>one</td><td>One</td></tr></table>", "one", 2);
+		check("abc", QString(), 0);
+	}
+
+	void findsWhileTyping()
+	{
+		fixture->editor->setPlainText("one two one");
+		fixture->action("findText")->trigger();
+		QVERIFY(field->hasFocus());
+		QTest::keyClicks(field, "one");
+		QVERIFY2(fixture->find<QLabel>("searchStatus")->isHidden(), "not at every key");
+		QTRY_COMPARE(count(), "1/2");
+		QCOMPARE(fixture->editor->textCursor().selectionStart(), 0);
+		QVERIFY(fixture->editor->property("searchMatch").toBool());
+		QCOMPARE(field->accessibleDescription(), text("MatchCount").arg(1).arg(2));
+		field->setText("x");
+		QTRY_COMPARE(count(), "0/0");
+		QCOMPARE(field->toolTip(), text("NoMatch"));
+		fixture->find<QToolButton>("clearSearch")->click();
+		QVERIFY(field->text().isEmpty() && fixture->editor->hasFocus());
+		QVERIFY(!fixture->editor->property("searchMatch").toBool());
+	}
+
+	void stepsAndWraps()
+	{
+		fixture->editor->setPlainText("a b a b a");
+		field->setText("a");
+		QTRY_COMPARE(count(), "1/3");
+		const auto check = [this](const char *button, const char *expected) {
+			fixture->find<QToolButton>(button)->click();
+			QCOMPARE(count(), expected);
+		};
+		QTest::keyClick(field, Qt::Key_Return);
+		check("findNext", "3/3");
+		check("findNext", "1/3");
+		check("findPrevious", "3/3");
+		fixture->select(1, 1);
+		QCOMPARE(count(), "0/3");
+		check("findPrevious", "1/3");
+		fixture->select(9, 9);
+		QTest::keyClicks(fixture->editor, " a");
+		QTRY_COMPARE(count(), "0/4");
+		QCOMPARE(fixture->editor->textCursor().position(), 11);
+	}
+
+	void marksAreFound()
+	{
+		fixture->editor->setPlainText("x ◆[one] y ◆[two]");
+		fixture->select(0, 0);
+		fixture->dock->command(Command::NextMark);
+		fixture->dock->command(Command::NextMark);
+		QCOMPARE(fixture->editor->textCursor().selectionStart(), 11);
+		fixture->dock->command(Command::NextMark);
+		QCOMPARE(fixture->editor->textCursor().selectionStart(), 2);
+		fixture->select(0, 0);
+		QTest::keyClicks(fixture->editor, "typed");
+		QVERIFY2(field->text().isEmpty(), "an edit ends the search for marks");
+	}
+
+	void aSelectionIsSearchedFor()
+	{
+		fixture->editor->setPlainText("needle\nhay");
+		fixture->select(0, 6);
+		QTest::keyClick(fixture->editor, Qt::Key_F, Qt::ControlModifier);
+		QCOMPARE(field->text(), "needle");
+		fixture->select(3, 9);
+		fixture->action("findText")->trigger();
+		QCOMPARE(field->text(), "needle");
+	}
+
+	void goToInputs()
+	{
+		for (const char *good : {"1", " 12 ", "20", "0%", "100%"}) {
+			QVERIFY2(parseGoTo(good, 20).has_value(), good);
+		}
+		for (const char *bad : {"0", "21", "101%", "-1%", "abc", "", "%", "1.5", "9999999999", "00000000001"}) {
+			QVERIFY2(!parseGoTo(bad, 20).has_value(), bad);
+		}
+	}
+
+	void goingToAPlace()
+	{
+		fixture->lines(299);
+		QLineEdit *input = nullptr;
+		const auto go = [&](const char *label, const char *offered, const char *typed) {
+			QTest::mouseClick(fixture->find<QLabel>(label), Qt::LeftButton);
+			input = fixture->find<QLineEdit>("goToInput");
+			QCOMPARE(input->text(), offered);
+			input->setText(typed);
+			QTest::keyClick(input, Qt::Key_Return);
+		};
+		go("scrollPercent", "0%", "301");
+		QVERIFY(input->isVisible() && input->property("invalid").toBool());
+		QCOMPARE(input->toolTip(), text("GoToInvalid").arg(300));
+		QCOMPARE(fixture->bar()->value(), 0);
+		QTest::keyClick(input, Qt::Key_Escape);
+		QVERIFY(!input->isVisible() && fixture->editor->hasFocus());
+		go("scrollPercent", "0%", "50%");
+		QVERIFY(!input->isVisible());
+		QCOMPARE(fixture->bar()->value(), fixture->bar()->maximum() / 2);
+		go("documentStatus", "1", "150");
+		QCOMPARE(fixture->editor->textCursor().blockNumber(), 149);
+		QCOMPARE(fixture->editor->cursorRect().top(), qRound(fixture->editor->viewport()->height() * 0.382));
+	}
 
 private:
 	[[nodiscard]] QString selected() const { return fixture->editor->textCursor().selectedText(); }
@@ -40,176 +153,7 @@ private:
 	QLineEdit *field = nullptr;
 };
 
-void SearchTest::matches_data()
-{
-	QTest::addColumn<QString>("note");
-	QTest::addColumn<QString>("searchText");
-	QTest::addColumn<int>("count");
-	QTest::newRow("case") << QStringLiteral("Say saY\nSAY") << QStringLiteral("say") << 3;
-	QTest::newRow("no overlap") << QStringLiteral("aaaa") << QStringLiteral("aa") << 2;
-	QTest::newRow("no-break space") << QStringLiteral("two\u00a0words") << QStringLiteral("two words") << 1;
-	QTest::newRow("no-break space searched for")
-		<< QStringLiteral("two words") << QStringLiteral("two\u00a0words") << 1;
-	QTest::newRow("not across paragraphs") << QStringLiteral("one\ntwo") << QStringLiteral("one\ntwo") << 0;
-	QTest::newRow("bracket") << QStringLiteral("a[b[") << QStringLiteral("[") << 2;
-	QTest::newRow("in a table") << QStringLiteral("<table><tr><td>one</td><td>One</td></tr></table>")
-				    << QStringLiteral("one") << 2;
-	QTest::newRow("nothing") << QStringLiteral("abc") << QString() << 0;
-}
-
-void SearchTest::matches()
-{
-	QFETCH(QString, note);
-	QFETCH(QString, searchText);
-	fixture->editor->setText(note);
-	const auto found = findMatches(*fixture->editor->document(), searchText);
-	QTEST(static_cast<int>(found.size()), "count");
-	for (const SearchRange &range : found) {
-		QTextCursor cursor(fixture->editor->document());
-		cursor.setPosition(range.start);
-		cursor.setPosition(range.end, QTextCursor::KeepAnchor);
-		QCOMPARE(cursor.selectedText().replace(QChar::Nbsp, QChar::Space).toLower(),
-			 QString(searchText).replace(QChar::Nbsp, QChar::Space).toLower());
-	}
-}
-
-void SearchTest::findsWhileTyping()
-{
-	fixture->editor->setPlainText(QStringLiteral("one two one"));
-	fixture->dock->findChild<QAction *>(QStringLiteral("findText"))->trigger();
-	QVERIFY(field->hasFocus());
-	QTest::keyClicks(field, QStringLiteral("one"));
-	QVERIFY2(fixture->find<QLabel>("searchStatus")->isHidden(), "not at every key");
-	QTRY_COMPARE(count(), QStringLiteral("1/2"));
-	QCOMPARE(fixture->editor->textCursor().selectionStart(), 0);
-	QVERIFY(fixture->editor->property("searchMatch").toBool());
-	QCOMPARE(field->accessibleDescription(), text("MatchCount").arg(1).arg(2));
-	QVERIFY(field->textMargins().right() >= fixture->find<QToolButton>("clearSearch")->width() * 3);
-	field->setText(QStringLiteral("x"));
-	QTRY_COMPARE(count(), QStringLiteral("0/0"));
-	QCOMPARE(field->toolTip(), text("NoMatch"));
-	fixture->find<QToolButton>("clearSearch")->click();
-	QVERIFY(field->text().isEmpty() && fixture->editor->hasFocus());
-	QVERIFY(!fixture->editor->property("searchMatch").toBool());
-}
-
-void SearchTest::stepsAndWraps()
-{
-	fixture->editor->setPlainText(QStringLiteral("a b a b a"));
-	field->setText(QStringLiteral("a"));
-	QTRY_COMPARE(count(), QStringLiteral("1/3"));
-	QTest::keyClick(field, Qt::Key_Return);
-	fixture->find<QToolButton>("findNext")->click();
-	QCOMPARE(count(), QStringLiteral("3/3"));
-	fixture->find<QToolButton>("findNext")->click();
-	QCOMPARE(count(), QStringLiteral("1/3"));
-	fixture->find<QToolButton>("findPrevious")->click();
-	QCOMPARE(count(), QStringLiteral("3/3"));
-	fixture->select(1, 1);
-	QCOMPARE(count(), QStringLiteral("0/3"));
-	fixture->find<QToolButton>("findPrevious")->click();
-	QCOMPARE(count(), QStringLiteral("1/3"));
-}
-
-void SearchTest::editsKeepTheCountRight()
-{
-	fixture->editor->setPlainText(QStringLiteral("a b"));
-	field->setText(QStringLiteral("a"));
-	QTRY_COMPARE(count(), QStringLiteral("1/1"));
-	fixture->select(3, 3);
-	QTest::keyClicks(fixture->editor, QStringLiteral(" a"));
-	QTRY_COMPARE(count(), QStringLiteral("0/2"));
-	QCOMPARE(fixture->editor->textCursor().position(), 5);
-}
-
-void SearchTest::marksAreFound()
-{
-	fixture->editor->setPlainText(QStringLiteral("x ◆[one] y ◆[two]"));
-	fixture->select(0, 0);
-	fixture->dock->command(Command::NextMark);
-	fixture->dock->command(Command::NextMark);
-	QCOMPARE(fixture->editor->textCursor().selectionStart(), 11);
-	fixture->dock->command(Command::NextMark);
-	QCOMPARE(fixture->editor->textCursor().selectionStart(), 2);
-	fixture->select(0, 0);
-	QTest::keyClicks(fixture->editor, QStringLiteral("typed"));
-	QVERIFY2(field->text().isEmpty(), "an edit ends the search for marks");
-}
-
-void SearchTest::aSelectionIsSearchedFor()
-{
-	fixture->editor->setPlainText(QStringLiteral("needle\nhay"));
-	fixture->select(0, 6);
-	QTest::keyClick(fixture->editor, Qt::Key_F, Qt::ControlModifier);
-	QCOMPARE(field->text(), QStringLiteral("needle"));
-	fixture->select(3, 9);
-	fixture->action("findText")->trigger();
-	QCOMPARE(field->text(), QStringLiteral("needle"));
-}
-
-void SearchTest::goToInputs_data()
-{
-	QTest::addColumn<QString>("typed");
-	QTest::addColumn<bool>("isAccepted");
-	const auto row = [](const char *typed, bool isAccepted) {
-		QTest::newRow(typed) << QString::fromUtf8(typed) << isAccepted;
-	};
-	row("1", true);
-	row(" 12 ", true);
-	row("20", true);
-	row("0%", true);
-	row("100%", true);
-	row("0", false);
-	row("21", false);
-	row("101%", false);
-	row("-1%", false);
-	row("abc", false);
-	row("", false);
-	row("%", false);
-	row("1.5", false);
-	row("9999999999", false);
-	row("00000000001", false);
-}
-
-void SearchTest::goToInputs()
-{
-	QFETCH(QString, typed);
-	QTEST(parseGoTo(typed, 20).has_value(), "isAccepted");
-}
-
-void SearchTest::goingToAPlace()
-{
-	fixture->lines(299);
-	QTest::mouseClick(fixture->find<QLabel>("scrollPercent"), Qt::LeftButton);
-	auto *input = fixture->find<QLineEdit>("goToInput");
-	QCOMPARE(input->text(), QStringLiteral("0%"));
-	input->setText(QStringLiteral("301"));
-	QTest::keyClick(input, Qt::Key_Return);
-	QVERIFY(input->isVisible() && input->property("invalid").toBool());
-	QCOMPARE(input->toolTip(), text("GoToInvalid").arg(300));
-	QCOMPARE(fixture->bar()->value(), 0);
-	input->setText(QStringLiteral("50%"));
-	QTest::keyClick(input, Qt::Key_Return);
-	QVERIFY(!input->isVisible());
-	QCOMPARE(fixture->bar()->value(), fixture->bar()->maximum() / 2);
-
-	QTest::mouseClick(fixture->find<QLabel>("documentStatus"), Qt::LeftButton);
-	QCOMPARE(input->text(), QStringLiteral("1"));
-	input->setText(QStringLiteral("150"));
-	QTest::keyClick(input, Qt::Key_Return);
-	QCOMPARE(fixture->editor->textCursor().blockNumber(), 149);
-	const int line = qRound(fixture->editor->viewport()->height() * 0.382);
-	QCOMPARE(fixture->editor->cursorRect().top(), line);
-	QTest::mouseClick(fixture->find<QLabel>("documentStatus"), Qt::LeftButton);
-	QTest::keyClick(input, Qt::Key_Escape);
-	QVERIFY(!input->isVisible() && fixture->editor->hasFocus());
-}
-
 } // namespace quillbay::test
 
-int main(int argc, char *argv[])
-{
-	return quillbay::test::run<quillbay::test::SearchTest>(argc, argv);
-}
-
+QUILLBAY_TEST_MAIN(quillbay::test::SearchTest)
 #include "search_test.moc"

@@ -7,13 +7,7 @@
 #include "dock/speed.hpp"
 #include "plugin/text.hpp"
 
-#include <QCheckBox>
-#include <QDoubleSpinBox>
-#include <QElapsedTimer>
-#include <QLineEdit>
-#include <QScreen>
-#include <QSlider>
-#include <QToolButton>
+#include <QtWidgets>
 
 #include <limits>
 
@@ -25,20 +19,171 @@ class TeleprompterTest : public QObject {
 private Q_SLOTS:
 	void init() { fixture = std::make_unique<DockFixture>(); }
 	void cleanup() { fixture.reset(); }
-	void speeds_data();
-	void speeds();
-	void refusesWhatDoesNotScroll();
-	void scrollsAtItsSpeed();
-	void framesLeaveNothingBehind();
-	void holdsAfterTheUserMovesTheText();
-	void countsDown();
-	void stopsAtTheEnd();
-	void keysInReadMode();
-	void clicksWithAlt();
-	void pausesFor_data();
-	void pausesFor();
-	void bandGeometry_data();
-	void bandGeometry();
+	void speeds()
+	{
+		const auto check = [this](double wanted, double accepted) {
+			fixture->dock->setSpeed(wanted);
+			QCOMPARE(fixture->dock->speed(), accepted);
+			QCOMPARE(fixture->find<QSlider>("scrollSlider")->value(), qRound(accepted * 10));
+		};
+		check(1.25, 1.3);
+		check(9.0, 5.0);
+		check(-3.0, 1.0);
+		check(std::numeric_limits<double>::quiet_NaN(), 1.0);
+		check(std::numeric_limits<double>::infinity(), 1.0);
+		fixture->find<QSlider>("scrollSlider")->setValue(24);
+		QCOMPARE(fixture->find<QDoubleSpinBox>("scrollSpeed")->value(), 2.4);
+		fixture->dock->command(Command::Faster);
+		QCOMPARE(fixture->dock->speed(), 2.5);
+	}
+
+	void refusesWhatDoesNotScroll()
+	{
+		fixture->lines(2);
+		fixture->dock->command(Command::StartScroll);
+		QCOMPARE(fixture->status(), text("NoScrollNeeded"));
+		QVERIFY(!fixture->editor->isReadOnly());
+		fixture->lines(300);
+		fixture->bar()->setValue(fixture->bar()->maximum());
+		play()->click();
+		QCOMPARE(fixture->status(), text("AtEnd"));
+		QVERIFY(!fixture->editor->isReadOnly());
+	}
+
+	void scrollsAtItsSpeed()
+	{
+		start(5.0);
+		QVERIFY(fixture->editor->isReadOnly() && fixture->action("Read")->isChecked());
+		QVERIFY(fixture->find<QWidget>("readingBand")->isVisible());
+		QElapsedTimer clock;
+		clock.start();
+		QTest::qWait(1000);
+		QTest::qSleep(300);
+		QTest::qWait(200);
+		const double expected = clock.elapsed() * kBaseSpeed * 5.0 / 1000;
+		QVERIFY2(qAbs(fixture->bar()->value() - expected) < 3,
+			 qPrintable(QString::number(fixture->bar()->value())));
+		fixture->action("ReadingGuide")->trigger();
+		QVERIFY(!fixture->find<QWidget>("readingBand")->isVisible());
+		play()->click();
+		QCOMPARE(fixture->status(), text("Paused"));
+		QVERIFY2(fixture->editor->isReadOnly(), "pausing does not leave read mode");
+	}
+
+	// Frames move what is painted and add only what appears: it must look as if painted anew.
+	void framesLeaveNothingBehind()
+	{
+		QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
+		fixture->lines(400);
+		fixture->select(100, 100);
+		QTest::keyClicks(fixture->editor, "typed");
+		fixture->dock->setSpeed(5);
+		fixture->dock->command(Command::StartScroll);
+		QTRY_VERIFY(fixture->bar()->value() > 40);
+		const QImage screen = fixture->dock->screen()->grabWindow(fixture->dock->winId()).toImage();
+		QCOMPARE(screen.convertToFormat(QImage::Format_RGB32),
+			 fixture->dock->grab().toImage().convertToFormat(QImage::Format_RGB32));
+	}
+
+	void holdsAfterTheUserMovesTheText()
+	{
+		start(5.0);
+		QTest::qWait(100);
+		fixture->bar()->setValue(500);
+		QTest::qWait(800);
+		QCOMPARE(fixture->bar()->value(), 500);
+		QTRY_VERIFY(fixture->bar()->value() > 500);
+		QVERIFY2(fixture->bar()->value() < 510, "it goes on from there without a jump");
+	}
+
+	void countsDown()
+	{
+		for (const auto &[ms, seconds] : {std::pair(0, 3), {999, 3}, {1000, 2}, {2999, 1}, {3000, 0}}) {
+			QCOMPARE(countdownSeconds(ms), seconds);
+		}
+		fixture->find<QCheckBox>("startCountdown")->setChecked(true);
+		fixture->lines(300);
+		play()->click();
+		QCOMPARE(play()->text(), "3");
+		play()->click();
+		QCOMPARE(fixture->status(), text("Paused"));
+		fixture->dock->command(Command::ToggleScroll);
+		QTest::qWait(2800);
+		QVERIFY(!isScrolling() && fixture->bar()->value() == 0);
+		QTRY_VERIFY_WITH_TIMEOUT(isScrolling(), 500);
+	}
+
+	void stopsAtTheEnd()
+	{
+		start(5.0);
+		fixture->bar()->setValue(fixture->bar()->maximum() - 1);
+		QTRY_COMPARE(fixture->status(), text("ReachedEnd"));
+		QVERIFY(!isScrolling() && fixture->editor->isReadOnly());
+		fixture->dock->command(Command::Top);
+		QCOMPARE(fixture->bar()->value(), 0);
+	}
+
+	void keysInReadMode()
+	{
+		fixture->lines(400);
+		fixture->dock->setLocked(true);
+		QTest::keyClick(fixture->editor, Qt::Key_Space);
+		QVERIFY(isScrolling());
+		QTest::keyClick(fixture->editor, Qt::Key_Plus, Qt::ShiftModifier);
+		QTest::keyClick(fixture->editor, Qt::Key_Equal);
+		QTest::keyClick(fixture->editor, Qt::Key_Minus);
+		QCOMPARE(fixture->dock->speed(), 1.1);
+		QTest::keyClick(fixture->editor, Qt::Key_PageDown);
+		QVERIFY(!isScrolling() && fixture->bar()->value() > 50);
+		QTest::keyClick(fixture->editor, Qt::Key_Home);
+		QCOMPARE(fixture->bar()->value(), 0);
+		QTest::keyClick(fixture->editor, Qt::Key_Space, Qt::ControlModifier);
+		QVERIFY(!isScrolling());
+		fixture->dock->setLocked(false);
+		QTest::keyClick(fixture->editor, Qt::Key_Space);
+		QVERIFY(!isScrolling());
+	}
+
+	void clicksWithAlt()
+	{
+		fixture->editor->setPlainText("word");
+		QWidget *viewport = fixture->editor->viewport();
+		QTest::mouseClick(viewport, Qt::LeftButton, Qt::AltModifier, {5, 10});
+		QVERIFY(fixture->editor->isReadOnly());
+		QTest::mouseClick(viewport, Qt::LeftButton, Qt::AltModifier | Qt::ShiftModifier, {5, 10});
+		QCOMPARE(fixture->editor->toPlainText(), "word");
+		QTest::mouseClick(viewport, Qt::LeftButton, Qt::AltModifier, {5, 10});
+		QTest::mouseClick(viewport, Qt::LeftButton, Qt::AltModifier | Qt::ShiftModifier, {500, 10});
+		QCOMPARE(fixture->editor->toPlainText(), "word◆[]");
+		QCOMPARE(fixture->editor->textCursor().position(), 6);
+	}
+
+	void pausesForWhatTakesTheTextAway()
+	{
+		const auto check = [this](const char *name, const std::function<void()> &cause) {
+			init();
+			start(1.0);
+			cause();
+			QTRY_VERIFY2(!isScrolling(), name);
+			QVERIFY2(!fixture->find<QWidget>("readingBand")->isVisible(), name);
+			cleanup();
+		};
+		cleanup();
+		check("hiding", [this] { fixture->dock->hide(); });
+		check("leaving read mode", [this] { fixture->dock->setLocked(false); });
+		check("remote editing", [this] { fixture->dock->setRemoteEditing(true); });
+		check("another scene", [this] { fixture->dock->bindScene(nullptr); });
+		check("the search field", [this] { fixture->find<QLineEdit>("searchText")->setFocus(); });
+		check("going to a place", [this] { fixture->dock->goToPosition("50%"); });
+		check("the end", [this] { fixture->dock->shutdown(); });
+	}
+
+	void bandGeometry()
+	{
+		QCOMPARE(readingBandRect({800, 500}, 20), QRect(0, 177, 800, 28));
+		QCOMPARE(readingBandRect({800, 500}, 10), QRect(0, 179, 800, 24));
+		QCOMPARE(readingBandRect({100, 20}, 30), QRect(0, 0, 100, 20));
+	}
 
 private:
 	[[nodiscard]] QToolButton *play() const { return fixture->find<QToolButton>("scrollPlay"); }
@@ -54,200 +199,7 @@ private:
 	std::unique_ptr<DockFixture> fixture;
 };
 
-void TeleprompterTest::speeds_data()
-{
-	QTest::addColumn<double>("wanted");
-	QTest::addColumn<double>("accepted");
-	QTest::newRow("rounded") << 1.25 << 1.3;
-	QTest::newRow("too fast") << 9.0 << 5.0;
-	QTest::newRow("too slow") << -3.0 << 1.0;
-	QTest::newRow("not a number") << std::numeric_limits<double>::quiet_NaN() << 1.0;
-	QTest::newRow("infinite") << std::numeric_limits<double>::infinity() << 1.0;
-}
-
-void TeleprompterTest::speeds()
-{
-	QFETCH(double, wanted);
-	QFETCH(double, accepted);
-	fixture->dock->setSpeed(wanted);
-	QCOMPARE(fixture->dock->speed(), accepted);
-	QCOMPARE(fixture->find<QSlider>("scrollSlider")->value(), qRound(accepted * 10));
-	fixture->find<QSlider>("scrollSlider")->setValue(24);
-	QCOMPARE(fixture->find<QDoubleSpinBox>("scrollSpeed")->value(), 2.4);
-	fixture->dock->command(Command::Faster);
-	QCOMPARE(fixture->dock->speed(), 2.5);
-}
-
-void TeleprompterTest::refusesWhatDoesNotScroll()
-{
-	fixture->lines(2);
-	fixture->dock->command(Command::StartScroll);
-	QCOMPARE(fixture->status(), text("NoScrollNeeded"));
-	QVERIFY(!fixture->editor->isReadOnly());
-	fixture->lines(300);
-	fixture->bar()->setValue(fixture->bar()->maximum());
-	play()->click();
-	QCOMPARE(fixture->status(), text("AtEnd"));
-	QVERIFY(!fixture->editor->isReadOnly());
-}
-
-void TeleprompterTest::scrollsAtItsSpeed()
-{
-	start(5.0);
-	QVERIFY(fixture->editor->isReadOnly() && fixture->action("Read")->isChecked());
-	QVERIFY(fixture->find<QWidget>("readingBand")->isVisible());
-	QElapsedTimer clock;
-	clock.start();
-	QTest::qWait(1000);
-	QTest::qSleep(300);
-	QTest::qWait(200);
-	const double expected = clock.elapsed() * kBaseSpeed * 5.0 / 1000;
-	QVERIFY2(qAbs(fixture->bar()->value() - expected) < 3, qPrintable(QString::number(fixture->bar()->value())));
-	fixture->action("ReadingGuide")->trigger();
-	QVERIFY(!fixture->find<QWidget>("readingBand")->isVisible());
-	play()->click();
-	QCOMPARE(fixture->status(), text("Paused"));
-	QVERIFY2(fixture->editor->isReadOnly(), "pausing does not leave read mode");
-}
-
-// Frames move what is painted and add only what appears: it must look as if painted anew.
-void TeleprompterTest::framesLeaveNothingBehind()
-{
-	QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
-	fixture->lines(400);
-	fixture->select(100, 100);
-	QTest::keyClicks(fixture->editor, QStringLiteral("typed"));
-	fixture->dock->setSpeed(5);
-	fixture->dock->command(Command::StartScroll);
-	QTRY_VERIFY(fixture->bar()->value() > 40);
-	const QImage screen = fixture->dock->screen()->grabWindow(fixture->dock->winId()).toImage();
-	QCOMPARE(screen.convertToFormat(QImage::Format_RGB32),
-		 fixture->dock->grab().toImage().convertToFormat(QImage::Format_RGB32));
-}
-
-void TeleprompterTest::holdsAfterTheUserMovesTheText()
-{
-	start(5.0);
-	QTest::qWait(100);
-	fixture->bar()->setValue(500);
-	QTest::qWait(800);
-	QCOMPARE(fixture->bar()->value(), 500);
-	QTRY_VERIFY(fixture->bar()->value() > 500);
-	QVERIFY2(fixture->bar()->value() < 510, "it goes on from there without a jump");
-}
-
-void TeleprompterTest::countsDown()
-{
-	QCOMPARE(countdownSeconds(0), 3);
-	QCOMPARE(countdownSeconds(999), 3);
-	QCOMPARE(countdownSeconds(1000), 2);
-	QCOMPARE(countdownSeconds(2999), 1);
-	QCOMPARE(countdownSeconds(3000), 0);
-	fixture->find<QCheckBox>("startCountdown")->setChecked(true);
-	fixture->lines(300);
-	play()->click();
-	QCOMPARE(play()->text(), QStringLiteral("3"));
-	QCOMPARE(play()->toolTip(), text("CountdownRemaining").arg(3));
-	play()->click();
-	QCOMPARE(fixture->status(), text("Paused"));
-	fixture->dock->command(Command::ToggleScroll);
-	QTest::qWait(2800);
-	QVERIFY(!isScrolling() && fixture->bar()->value() == 0);
-	QTRY_VERIFY_WITH_TIMEOUT(isScrolling(), 500);
-}
-
-void TeleprompterTest::stopsAtTheEnd()
-{
-	start(5.0);
-	fixture->bar()->setValue(fixture->bar()->maximum() - 1);
-	QTRY_COMPARE(fixture->status(), text("ReachedEnd"));
-	QVERIFY(!isScrolling() && fixture->editor->isReadOnly());
-	fixture->dock->command(Command::Top);
-	QCOMPARE(fixture->bar()->value(), 0);
-}
-
-void TeleprompterTest::keysInReadMode()
-{
-	fixture->lines(400);
-	fixture->dock->setLocked(true);
-	QTest::keyClick(fixture->editor, Qt::Key_Space);
-	QVERIFY(isScrolling());
-	QTest::keyClick(fixture->editor, Qt::Key_Plus, Qt::ShiftModifier);
-	QTest::keyClick(fixture->editor, Qt::Key_Equal);
-	QTest::keyClick(fixture->editor, Qt::Key_Minus);
-	QCOMPARE(fixture->dock->speed(), 1.1);
-	QTest::keyClick(fixture->editor, Qt::Key_PageDown);
-	QVERIFY(!isScrolling() && fixture->bar()->value() > 50);
-	QTest::keyClick(fixture->editor, Qt::Key_Home);
-	QCOMPARE(fixture->bar()->value(), 0);
-	QTest::keyClick(fixture->editor, Qt::Key_Space, Qt::ControlModifier);
-	QVERIFY(!isScrolling());
-	fixture->dock->setLocked(false);
-	QTest::keyClick(fixture->editor, Qt::Key_Space);
-	QVERIFY(!isScrolling());
-}
-
-void TeleprompterTest::clicksWithAlt()
-{
-	fixture->editor->setPlainText(QStringLiteral("word"));
-	QWidget *viewport = fixture->editor->viewport();
-	QTest::mouseClick(viewport, Qt::LeftButton, Qt::AltModifier, {5, 10});
-	QVERIFY(fixture->editor->isReadOnly());
-	QTest::mouseClick(viewport, Qt::LeftButton, Qt::AltModifier | Qt::ShiftModifier, {5, 10});
-	QCOMPARE(fixture->editor->toPlainText(), QStringLiteral("word"));
-	QTest::mouseClick(viewport, Qt::LeftButton, Qt::AltModifier, {5, 10});
-	QTest::mouseClick(viewport, Qt::LeftButton, Qt::AltModifier | Qt::ShiftModifier, {500, 10});
-	QCOMPARE(fixture->editor->toPlainText(), QStringLiteral("word◆[]"));
-	QCOMPARE(fixture->editor->textCursor().position(), 6);
-}
-
-void TeleprompterTest::pausesFor_data()
-{
-	QTest::addColumn<std::function<void(DockFixture &)>>("cause");
-	const auto row = [](const char *name, std::function<void(DockFixture &)> cause) {
-		QTest::newRow(name) << cause;
-	};
-	row("hiding", [](DockFixture &f) { f.dock->hide(); });
-	row("leaving read mode", [](DockFixture &f) { f.dock->setLocked(false); });
-	row("remote editing", [](DockFixture &f) { f.dock->setRemoteEditing(true); });
-	row("another scene", [](DockFixture &f) { f.dock->bindScene(nullptr); });
-	row("the search field", [](DockFixture &f) { f.find<QLineEdit>("searchText")->setFocus(); });
-	row("going to a place", [](DockFixture &f) { f.dock->goToPosition(QStringLiteral("50%")); });
-	row("the end", [](DockFixture &f) { f.dock->shutdown(); });
-}
-
-void TeleprompterTest::pausesFor()
-{
-	using Cause = std::function<void(DockFixture &)>;
-	QFETCH(Cause, cause);
-	start(1.0);
-	cause(*fixture);
-	QTRY_VERIFY(!isScrolling());
-	QVERIFY(!fixture->find<QWidget>("readingBand")->isVisible());
-}
-
-void TeleprompterTest::bandGeometry_data()
-{
-	QTest::addColumn<QSize>("view");
-	QTest::addColumn<int>("line");
-	QTest::addColumn<QRect>("band");
-	QTest::newRow("usual") << QSize(800, 500) << 20 << QRect(0, 177, 800, 28);
-	QTest::newRow("small line") << QSize(800, 500) << 10 << QRect(0, 179, 800, 24);
-	QTest::newRow("tiny view") << QSize(100, 20) << 30 << QRect(0, 0, 100, 20);
-}
-
-void TeleprompterTest::bandGeometry()
-{
-	QFETCH(QSize, view);
-	QFETCH(int, line);
-	QTEST(readingBandRect(view, line), "band");
-}
-
 } // namespace quillbay::test
 
-int main(int argc, char *argv[])
-{
-	return quillbay::test::run<quillbay::test::TeleprompterTest>(argc, argv);
-}
-
+QUILLBAY_TEST_MAIN(quillbay::test::TeleprompterTest)
 #include "teleprompter_test.moc"

@@ -8,17 +8,19 @@
 // Objects are named by a path of words from the outside in, each an object name, ".Class", or one of @main, @modal,
 // @popup and @focus: "noteEditor", "@modal .QLineEdit".
 
-#include "input.hpp"
-
-#include <QAbstractItemView>
 #include <QApplication>
+#include <QClipboard>
+#include <QDropEvent>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QMainWindow>
-#include <QMetaProperty>
+#include <QJsonObject>
+#include <QKeySequence>
+#include <QMimeData>
+#include <QTest>
 #include <QTextCursor>
 #include <QTextEdit>
+#include <QWheelEvent>
 #include <QWidget>
 
 #include <obs-frontend-api.h>
@@ -77,20 +79,22 @@ QObject *findBelow(QObject *root, const QString &word)
 		return root->objectName() == word ? root : root->findChild<QObject *>(word);
 	}
 	const QByteArray className = word.mid(1).toUtf8();
-	const QList<QObject *> children = root->findChildren<QObject *>();
-	const auto isWanted = [&](const QObject *child) { return child->inherits(className.constData()); };
-	const auto found = std::find_if(children.begin(), children.end(), isWanted);
-	return found == children.end() ? nullptr : *found;
+	for (QObject *child : root->findChildren<QObject *>()) {
+		if (child->inherits(className.constData())) {
+			return child;
+		}
+	}
+	return nullptr;
 }
 
 QObject *findFirst(const QString &word)
 {
+	const QHash<QString, QObject *> places{{"@main", mainWindow()},
+					       {"@modal", QApplication::activeModalWidget()},
+					       {"@popup", QApplication::activePopupWidget()},
+					       {"@focus", QApplication::focusWidget()}};
 	if (word.startsWith('@')) {
-		return word == "@main"    ? mainWindow()
-		       : word == "@modal" ? QApplication::activeModalWidget()
-		       : word == "@popup" ? QApplication::activePopupWidget()
-		       : word == "@focus" ? QApplication::focusWidget()
-					  : nullptr;
+		return places.value(word);
 	}
 	QObject *found = findBelow(mainWindow(), word);
 	for (QWidget *window : QApplication::topLevelWidgets()) {
@@ -124,41 +128,20 @@ Type &findAs(const QJsonObject &request)
 
 QJsonValue toJson(const QVariant &value)
 {
-	switch (value.typeId()) {
-	case QMetaType::QRect: {
+	if (value.typeId() == QMetaType::QRect) {
 		const QRect rect = value.toRect();
 		return QJsonArray{rect.x(), rect.y(), rect.width(), rect.height()};
 	}
-	case QMetaType::QSize:
-		return QJsonArray{value.toSize().width(), value.toSize().height()};
-	case QMetaType::QPoint:
-		return QJsonArray{value.toPoint().x(), value.toPoint().y()};
-	default:
-		return value.metaType().flags().testFlag(QMetaType::IsEnumeration) ? QJsonValue(value.toInt())
-										   : QJsonValue::fromVariant(value);
-	}
+	return value.metaType().flags().testFlag(QMetaType::IsEnumeration) ? QJsonValue(value.toInt())
+									   : QJsonValue::fromVariant(value);
 }
 
-QVariant fromJson(const QJsonValue &value, int typeId)
+QVariant fromJson(const QJsonValue &value)
 {
 	const QJsonArray numbers = value.toArray();
-	switch (typeId) {
-	case QMetaType::QRect:
-		return QRect(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt());
-	case QMetaType::QSize:
-		return QSize(numbers[0].toInt(), numbers[1].toInt());
-	default:
-		return value.toVariant();
-	}
-}
-
-QMetaProperty propertyOf(const QObject &object, const QString &name)
-{
-	const int index = object.metaObject()->indexOfProperty(name.toUtf8().constData());
-	if (index < 0) {
-		fail("no property " + name);
-	}
-	return object.metaObject()->property(index);
+	return numbers.size() != 4
+		       ? value.toVariant()
+		       : QRect(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt());
 }
 
 QJsonValue getProperties(const QJsonObject &request)
@@ -166,7 +149,9 @@ QJsonValue getProperties(const QJsonObject &request)
 	const QObject *object = find(request["object"].toString());
 	QJsonObject values;
 	for (const QJsonValue name : request["properties"].toArray()) {
-		values[name.toString()] = toJson(propertyOf(*object, name.toString()).read(object));
+		const QVariant value = object->property(name.toString().toUtf8().constData());
+		values[name.toString()] =
+			value.isValid() ? toJson(value) : throw std::runtime_error("no such property");
 	}
 	return values;
 }
@@ -174,8 +159,8 @@ QJsonValue getProperties(const QJsonObject &request)
 QJsonValue setProperty(const QJsonObject &request)
 {
 	QObject *object = find(request["object"].toString());
-	const QMetaProperty property = propertyOf(*object, request["property"].toString());
-	if (!property.write(object, fromJson(request["value"], property.typeId()))) {
+	const QByteArray name = request["property"].toString().toUtf8();
+	if (!object->setProperty(name.constData(), fromJson(request["value"]))) {
 		fail("the property was not set");
 	}
 	return {};
@@ -217,25 +202,79 @@ QJsonValue placeCaret(const QJsonObject &request)
 	return {};
 }
 
-// The middle of a list's row on the screen.
-QJsonValue locateItem(const QJsonObject &request)
+// --- input -----------------------------------------------------------------------------------------------------------
+
+QPoint pointIn(const QWidget &widget, const QJsonObject &request)
 {
-	const auto &view = findAs<QAbstractItemView>(request);
-	const QString text = request["text"].toString();
-	const QAbstractItemModel &model = *view.model();
-	const QModelIndexList found = model.match(model.index(0, 0), Qt::DisplayRole, text, 1, Qt::MatchExactly);
-	if (found.isEmpty()) {
-		fail("no such row");
-	}
-	return toJson(view.viewport()->mapToGlobal(view.visualRect(found.first()).center()));
+	const QJsonArray at = request["at"].toArray();
+	return at.isEmpty() ? widget.rect().center() : QPoint(at[0].toInt(), at[1].toInt());
 }
 
-QJsonValue grab(const QJsonObject &request)
+// "text" ("repeat" times) and "html".
+std::unique_ptr<QMimeData> mimeData(const QJsonObject &request)
 {
-	if (!findAs<QWidget>(request).grab().save(request["file"].toString())) {
-		fail("the picture was not written");
+	auto data = std::make_unique<QMimeData>();
+	if (request.contains("text")) {
+		data->setText(request["text"].toString().repeated(request["repeat"].toInt(1)));
+	}
+	if (request.contains("html")) {
+		data->setHtml(request["html"].toString());
+	}
+	return data;
+}
+
+// Types one character (a line feed is the Return key) with all that a key press brings: shortcuts, press, release.
+void typeCharacter(QWidget &widget, const QString &character)
+{
+	const char ascii = character.size() == 1 ? character[0].toLatin1() : '\0';
+	if (ascii == '\n') {
+		QTest::keyClick(&widget, Qt::Key_Return);
+	} else if (ascii >= ' ' && ascii <= '~') {
+		QTest::keyClick(&widget, ascii, QChar(ascii).isUpper() ? Qt::ShiftModifier : Qt::NoModifier);
+	} else {
+		QTest::sendKeyEvent(QTest::Click, &widget, Qt::Key_unknown, character, Qt::NoModifier);
+	}
+}
+
+// Presses the key sequence in "key", such as "Ctrl+V" or "Return".
+QJsonValue pressKey(const QJsonObject &request)
+{
+	const auto sequence = QKeySequence::fromString(request["key"].toString(), QKeySequence::PortableText);
+	if (sequence.count() != 1) {
+		fail("no such key");
+	}
+	QTest::keyClick(&findAs<QWidget>(request), sequence[0].key(), sequence[0].keyboardModifiers());
+	return {};
+}
+
+// "action" is a click or "wheel" by "delta"; "at" [x, y], else the middle.
+QJsonValue useMouse(const QJsonObject &request)
+{
+	auto &widget = findAs<QWidget>(request);
+	const QPoint at = pointIn(widget, request);
+	if (request["action"].toString() == "wheel") {
+		QWheelEvent event(at, widget.mapToGlobal(QPointF(at)), {}, {0, request["delta"].toInt()}, Qt::NoButton,
+				  Qt::NoModifier, Qt::NoScrollPhase, false);
+		QCoreApplication::sendEvent(&widget, &event);
+	} else {
+		QTest::mouseClick(&widget, Qt::LeftButton, Qt::NoModifier, at);
 	}
 	return {};
+}
+
+// Drops "text" and "html" at "at"; answers whether the widget took it.
+QJsonValue drop(const QJsonObject &request)
+{
+	auto &widget = findAs<QWidget>(request);
+	const std::unique_ptr<QMimeData> data = mimeData(request);
+	const QPoint at = pointIn(widget, request);
+	QDragEnterEvent enter(at, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+	QCoreApplication::sendEvent(&widget, &enter);
+	QDragMoveEvent move(at, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+	QCoreApplication::sendEvent(&widget, &move);
+	QDropEvent event(at, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+	QCoreApplication::sendEvent(&widget, &event);
+	return event.isAccepted();
 }
 
 // --- the host --------------------------------------------------------------------------------------------------------
@@ -266,42 +305,6 @@ QJsonValue inspectScene(const QJsonObject &request)
 			   {"record", record ? QJsonValue(parse(obs_data_get_json(record))) : QJsonValue()}};
 }
 
-obs_hotkey_id findHotkey(const QByteArray &name)
-{
-	std::pair<QByteArray, obs_hotkey_id> search{name, OBS_INVALID_HOTKEY_ID};
-	const auto compare = [](void *data, obs_hotkey_id id, obs_hotkey_t *hotkey) {
-		auto &[wanted, found] = *static_cast<decltype(search) *>(data);
-		found = wanted == obs_hotkey_get_name(hotkey) ? id : found;
-		return found == OBS_INVALID_HOTKEY_ID;
-	};
-	obs_enum_hotkeys(compare, &search);
-	return search.second;
-}
-
-// The hotkey's bindings; "bindings" replaces them.
-QJsonValue bindHotkey(const QJsonObject &request)
-{
-	const obs_hotkey_id id = findHotkey(request["name"].toString().toUtf8());
-	if (id == OBS_INVALID_HOTKEY_ID) {
-		fail("no such hotkey");
-	}
-	if (request.contains("bindings")) {
-		const OBSDataAutoRelease holder = toData(request);
-		const OBSDataArrayAutoRelease bindings = obs_data_get_array(holder, "bindings");
-		obs_hotkey_load(id, bindings);
-	}
-	const OBSDataAutoRelease holder = obs_data_create();
-	const OBSDataArrayAutoRelease bindings = obs_hotkey_save(id);
-	obs_data_set_array(holder, "bindings", bindings);
-	return parse(obs_data_get_json(holder))["bindings"];
-}
-
-QJsonValue saveCollection(const QJsonObject &)
-{
-	obs_frontend_save();
-	return {};
-}
-
 // --- on the request's own thread -------------------------------------------------------------------------------------
 
 // Each character is a turn of its own on the user-interface thread; the pauses between them are not.
@@ -310,7 +313,7 @@ QJsonValue type(const QJsonObject &request)
 	const std::chrono::milliseconds pause{request["pauseMs"].toInt()};
 	for (const char32_t character : request["text"].toString().toStdU32String()) {
 		onUi([&request, character] {
-			probe::typeCharacter(findAs<QWidget>(request), QString::fromUcs4(&character, 1));
+			typeCharacter(findAs<QWidget>(request), QString::fromUcs4(&character, 1));
 			return QJsonValue();
 		});
 		std::this_thread::sleep_for(pause);
@@ -321,15 +324,12 @@ QJsonValue type(const QJsonObject &request)
 // Measures how long the user-interface thread leaves others waiting, for as long as it lives.
 class StallMeter {
 public:
-	StallMeter() : thread_([this] { run(); }) {}
 	~StallMeter() { stop(); }
 
 	double stop()
 	{
 		isStopped_ = true;
-		if (thread_.joinable()) {
-			thread_.join();
-		}
+		thread_.joinable() ? thread_.join() : void();
 		return std::chrono::duration<double, std::milli>(longest_).count();
 	}
 
@@ -350,7 +350,7 @@ private:
 
 	std::atomic<bool> isStopped_ = false;
 	Clock::duration longest_{};
-	std::thread thread_;
+	std::thread thread_{[this] { run(); }};
 };
 
 std::unique_ptr<StallMeter> stallMeter;
@@ -358,66 +358,43 @@ std::unique_ptr<StallMeter> stallMeter;
 // "on": start measuring; else stop, with the longest wait in milliseconds.
 QJsonValue measureStall(const QJsonObject &request)
 {
-	if (request["on"].toBool()) {
-		stallMeter = std::make_unique<StallMeter>();
-		return {};
-	}
-	const double longestMs = stallMeter ? stallMeter->stop() : throw std::runtime_error("not measuring");
-	stallMeter.reset();
-	return longestMs;
-}
-
-QJsonValue isReady(const QJsonObject &)
-{
-	return isHostReady.load();
+	const auto meter = std::move(stallMeter);
+	stallMeter = request["on"].toBool() ? std::make_unique<StallMeter>() : nullptr;
+	return meter ? QJsonValue(meter->stop()) : QJsonValue();
 }
 
 // --- requests --------------------------------------------------------------------------------------------------------
 
 using Operation = QJsonValue (*)(const QJsonObject &);
 
-// Operations on a widget that input.hpp implements.
-template <QJsonValue (*operation)(QWidget &, const QJsonObject &)>
-QJsonValue into(const QJsonObject &request)
-{
-	return operation(findAs<QWidget>(request), request);
-}
+const QHash<QString, Operation> uiOperations{
+	{"get", getProperties},
+	{"set", setProperty},
+	{"invoke", invoke},
+	{"exists", exists},
+	{"caret", placeCaret},
+	{"scene", inspectScene},
+	{"save", [](const QJsonObject &) { return obs_frontend_save(), QJsonValue(); }},
+	{"clipboard",
+	 [](const QJsonObject &request) {
+		 return QApplication::clipboard()->setMimeData(mimeData(request).release()), QJsonValue();
+	 }},
+	{"key", pressKey},
+	{"mouse", useMouse},
+	{"drop", drop},
+};
 
-const QHash<QString, Operation> &uiOperations()
-{
-	static const QHash<QString, Operation> operations{
-		{"get", getProperties},
-		{"set", setProperty},
-		{"invoke", invoke},
-		{"exists", exists},
-		{"caret", placeCaret},
-		{"item", locateItem},
-		{"grab", grab},
-		{"scene", inspectScene},
-		{"hotkey", bindHotkey},
-		{"save", saveCollection},
-		{"clipboard", probe::setClipboard},
-		{"key", into<probe::pressKey>},
-		{"mouse", into<probe::useMouse>},
-		{"drop", into<probe::drop>},
-		{"compose", into<probe::compose>},
-	};
-	return operations;
-}
-
-const QHash<QString, Operation> &ownOperations()
-{
-	static const QHash<QString, Operation> operations{{"ready", isReady}, {"type", type}, {"stall", measureStall}};
-	return operations;
-}
+const QHash<QString, Operation> ownOperations{{"ready", [](const QJsonObject &) { return QJsonValue(isHostReady); }},
+					      {"type", type},
+					      {"stall", measureStall}};
 
 QJsonValue perform(const QJsonObject &request)
 {
 	const QString name = request["op"].toString();
-	if (const Operation operation = ownOperations().value(name)) {
+	if (const Operation operation = ownOperations.value(name)) {
 		return operation(request);
 	}
-	const Operation operation = uiOperations().value(name);
+	const Operation operation = uiOperations.value(name);
 	if (!operation) {
 		fail("no operation " + name);
 	}
