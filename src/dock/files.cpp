@@ -11,6 +11,7 @@
 #include "convert/web_document.hpp"
 #include "convert/word_import.hpp"
 #include "editor/editor.hpp"
+#include "notes/editor_html.hpp"
 #include "notes/limits.hpp"
 #include "notes/note_document.hpp"
 #include "plugin/text.hpp"
@@ -22,6 +23,8 @@
 #include <QStringDecoder>
 #include <QTextBlockFormat>
 #include <QTextCursor>
+
+#include <algorithm>
 
 namespace quillbay {
 
@@ -47,6 +50,13 @@ bool isHtmlName(const QString &path)
 bool isTextChoice(const SaveChoice &choice)
 {
 	return hasSuffix(choice.path, kTextSuffix) || (choice.filter.contains(u"*.txt") && !isHtmlName(choice.path));
+}
+
+// Whether the text is worth making a document of, which takes minutes for millions of lines. The end of a line may be
+// two characters.
+bool isNearLimits(const QString &text)
+{
+	return text.size() <= 2 * kMaxCharacterCount && std::ranges::count_if(text, isBlockBreak) <= 2 * kMaxParagraphs;
 }
 
 // Replaces a file whole or not at all; what went wrong, or nothing.
@@ -187,8 +197,10 @@ void Dock::importText(const QString &path)
 	}
 	if (hasSuffix(path, kTextSuffix)) {
 		const auto scratch = NoteDocument::makeScratch();
-		scratch->setPlainText(html.remove(QChar::Null));
-		if (!withinTextLimits(*scratch)) {
+		html.remove(QChar::Null);
+		const bool isNear = isNearLimits(html);
+		scratch->setPlainText(isNear ? html : QString());
+		if (!isNear || !withinTextLimits(*scratch)) {
 			editor->onTextLimit();
 			return;
 		}

@@ -144,6 +144,7 @@ void FilesTest::refusesWhatItCannotImport()
 	const QByteArray full = (QByteArray(99, 'x') + '\n').repeated(kMaxTextLength / 100);
 	const std::tuple<const char *, QByteArray, const char *> cases[] = {
 		{"characters.txt", full + "x", nullptr},
+		{"lines.txt", QByteArray(24 * 1024 * 1024, '\n'), nullptr}, // is refused at once
 		{"paragraph.txt", QByteArray(kMaxParagraphLength + 1, 'x'), nullptr},
 		{"characters.html", "<pre>" + full + "x</pre>", nullptr},
 		{"ruinous.html", QByteArray("<div>").repeated(2'000'000), nullptr},
