@@ -43,6 +43,9 @@ QListWidget *makeSceneList(const QSet<QString> &chosen, QWidget *parent)
 	list->setAccessibleName(text("AutoClearSelected"));
 	list->setMinimumSize(kSceneListSize);
 	list->setSelectionMode(QAbstractItemView::NoSelection);
+	// An empty box can hardly be seen in the host's dark themes.
+	list->setStyleSheet(QStringLiteral("QListView::indicator:unchecked { border: 1px solid %1; }")
+				    .arg(mutedColor(list->palette()).name()));
 	for (const OBSSource &scene : collectionScenes()) {
 		const QString id = QString::fromUtf8(obs_source_get_uuid(scene));
 		auto *row = new QListWidgetItem(QString::fromUtf8(obs_source_get_name(scene)), list);
