@@ -796,7 +796,19 @@ function readDraft(scene) {
 	} catch {
 		// Unreadable, so nothing that could be offered.
 	}
-	return Array.isArray(draft?.document?.blocks) ? draft : null;
+	const blocks = draft?.document?.blocks;
+	return Array.isArray(blocks) && blocks.every(isBlock) ? draft : null;
+}
+
+/** Whether a stored value can be shown as a block. @param {any} block */
+function isBlock(block) {
+	const runs = block?.runs ?? [];
+	return (
+		block !== null &&
+		typeof block === 'object' &&
+		Array.isArray(runs) &&
+		runs.every((run) => typeof run?.text === 'string')
+	);
 }
 
 /** Keeps what is on the screen, so that nothing typed is lost. @param {WebDocument} [snapshot] */

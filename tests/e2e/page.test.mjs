@@ -211,7 +211,7 @@ test('neither a cut connection nor a page that is left loses what was typed', as
 
 test('the page follows the scene on air, scrolls OBS and goes to places', async () => {
 	await give(['elsewhere'], 'Two');
-	await give(Array.from({ length: 120 }, (_, i) => `line ${i + 1}`));
+	await give(Array.from({ length: 120 }, (_, i) => `on-line ${i + 1}`));
 	const visitor = await visit();
 	const { page } = visitor;
 	await studio.show('Two');
@@ -222,11 +222,13 @@ test('the page follows the scene on air, scrolls OBS and goes to places', async 
 	await page.selectOption('#scenes', { label: '[ One ]' });
 	await visitor.sees('#document', 'line 120');
 	assert.equal(await page.isChecked('#follow'), false);
-	await page.fill('#search', 'LINE 99');
+	await page.fill('#search', 'ON-LINE 99');
 	await visitor.sees('#matches', '1/1');
 	await studio.show('One');
 	await page.click('#target');
+	await visitor.edit();
 	await page.click('#lines');
+	await visitor.sees('#owner', text('RemoteClickEdit'));
 	await page.fill('#go-to', '100%');
 	await page.keyboard.press('Enter');
 	await visitor.sees('#percent', '100%');
