@@ -213,6 +213,7 @@ void RemoteTest::errors_data()
 	for (const char *action : {"GetDocument", "ExportHtml", "ExportText", "AcquireEdit", "SaveDocument"}) {
 		row(action, {{"scene", "nowhere"}, {"revision", 0}}, "scene");
 		row(action, {{"scene", QJsonObject()}, {"revision", 0}}, "scene");
+		row(action, {{"scene", uuidOf(first) + QChar::Null}, {"revision", 0}}, "scene");
 	}
 	for (const char *action : {"AcquireEdit", "SaveDocument", "CheckImport", "ReplaceDocument"}) {
 		for (const QJsonValue &wrong :
