@@ -121,6 +121,9 @@ export class Host {
 	/** All that the host has printed since it was last started. */
 	log = '';
 
+	/** Of obs-websocket. */
+	password = 'a password of ours';
+
 	/**
 	 * @param {{module?: boolean, wrap?: (host: Host) => string[], env?: object}} options `module` false leaves ours
 	 * out; `wrap` answers a command that runs the host's command; `env` adds to its environment.
@@ -139,9 +142,10 @@ export class Host {
 		const folder = path.join(this.config, 'plugin_config/obs-websocket');
 		const settings = {
 			alerts_enabled: false,
-			auth_required: false,
+			auth_required: true,
 			first_load: false,
 			server_enabled: true,
+			server_password: this.password,
 			server_port: port,
 		};
 		fs.mkdirSync(folder, { recursive: true });
@@ -181,7 +185,7 @@ export class Host {
 	async #connect(port) {
 		this.socket = new OBSWebSocket();
 		this.socketUrl = `ws://127.0.0.1:${port}`;
-		const isConnected = () => this.socket.connect(this.socketUrl).catch(() => false);
+		const isConnected = () => this.socket.connect(this.socketUrl, this.password).catch(() => false);
 		await Promise.race([this.died, waitFor('obs-websocket answers', isConnected, 90_000)]);
 	}
 
