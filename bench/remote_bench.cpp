@@ -23,7 +23,7 @@ namespace {
 
 constexpr double kSaveBudget = 2;
 constexpr int kFirstSaves = 3;
-constexpr int kLaterSaves = 101;
+constexpr int kLaterSaves = 25;
 /// More paragraphs of case B are too much for one document to a browser.
 constexpr int kSentParagraphs = 15'000;
 

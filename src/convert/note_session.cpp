@@ -37,21 +37,21 @@ QJsonArray elements(const QJsonArray &array, qsizetype first, qsizetype end)
 	return part;
 }
 
-// Where the paragraph of that number begins in a raw text; 0 for the one after the last.
-qsizetype startOf(QStringView text, qsizetype paragraph)
+// Where the paragraph of that number begins in a text; 0 for the one after the last.
+qsizetype startOf(QStringView text, qsizetype paragraph, QChar separator)
 {
 	qsizetype start = 0;
 	for (; paragraph > 0; --paragraph) {
-		start = text.indexOf(QChar::ParagraphSeparator, start) + 1;
+		start = text.indexOf(separator, start) + 1;
 	}
 	return start;
 }
 
 // From a paragraph's beginning to the end of the one before `end`, without the separator there.
-QStringView paragraphs(QStringView text, qsizetype first, qsizetype end)
+QStringView paragraphs(QStringView text, qsizetype first, qsizetype end, QChar separator = QChar::ParagraphSeparator)
 {
-	const QStringView from = text.sliced(startOf(text, first));
-	const qsizetype next = startOf(from, end - first);
+	const QStringView from = text.sliced(startOf(text, first, separator));
+	const qsizetype next = startOf(from, end - first, separator);
 	return next == 0 ? from : from.first(next - 1);
 }
 
@@ -118,26 +118,32 @@ QJsonObject NoteSession::webDocument(const QString &html)
 	return exported;
 }
 
+void NoteSession::prepareSaves()
+{
+	if (canSettle_ && !isSettled_) {
+		isSettled_ = canSettle_ = settle();
+		failures_ = isSettled_ ? 0 : failures_ + 1;
+	}
+}
+
 bool NoteSession::applyWebDocument(const QString &baseHtml, const QJsonObject &document, QString &html,
 				   bool *limitExceeded)
 {
 	if (baseHtml != html_) {
 		remember(baseHtml, {});
 	}
-	if (canSettle_ && !isSettled_) {
-		isSettled_ = canSettle_ = settle();
-		failures_ = isSettled_ ? 0 : failures_ + 1;
-	}
+	prepareSaves();
 	if (!isSettled_) {
 		return applyWhole(document, html, limitExceeded);
 	}
-	IncomingDocument incoming;
-	const Verdict verdict = incoming.read(document);
+	const QJsonArray blocks = document.value(kBlocks).toArray();
+	Sent sent = compareSent(blocks);
+	const Verdict verdict = readSent(blocks, sent);
 	if (limitExceeded) {
 		*limitExceeded = verdict == Verdict::OverLimit;
 	}
-	return verdict == Verdict::Good && (applyInPart(document.value(kBlocks).toArray(), incoming, html) ||
-					    applyWhole(document, html, limitExceeded));
+	return verdict == Verdict::Good &&
+	       (applyInPart(blocks, sent, html) || applyWhole(document, html, limitExceeded));
 }
 
 void NoteSession::remember(const QString &html, const QJsonArray &blocks)
@@ -174,16 +180,74 @@ bool NoteSession::settle()
 		return false;
 	}
 	text_ = document->toRawText();
+	sentText_ = known.text();
+	sentRuns_ = static_cast<qsizetype>(known.runs().size());
 	return quillbay::isSettled(*document, html_, known, 0, slices_.listsBefore(slices_.count()));
 }
 
-bool NoteSession::applyInPart(const QJsonArray &blocks, const IncomingDocument &incoming, QString &html)
+NoteSession::Sent NoteSession::compareSent(const QJsonArray &blocks) const
 {
-	if (blocks == blocks_) {
+	const qsizetype least = std::min(blocks_.size(), blocks.size());
+	Sent sent;
+	while (sent.head < least && blocks.at(sent.head) == blocks_.at(sent.head)) {
+		++sent.head;
+	}
+	while (sent.tail < least - sent.head &&
+	       blocks.at(blocks.size() - 1 - sent.tail) == blocks_.at(blocks_.size() - 1 - sent.tail)) {
+		++sent.tail;
+	}
+	return sent;
+}
+
+// Checks what is sent.
+Verdict NoteSession::readSent(const QJsonArray &blocks, Sent &sent) const
+{
+	if (readChanged(blocks, sent)) {
+		return Verdict::Good;
+	}
+	// Which fault comes first is for the whole to tell.
+	IncomingDocument whole;
+	const Verdict verdict = whole.read({{kBlocks, blocks}});
+	sent.text = whole.text();
+	sent.runs = static_cast<qsizetype>(whole.runs().size());
+	return verdict;
+}
+
+// What was sent before was found good and needs no second look. False where the document may have a fault.
+bool NoteSession::readChanged(const QJsonArray &blocks, Sent &sent) const
+{
+	const qsizetype oldEnd = blocks_.size() - sent.tail;
+	const QJsonArray changed = elements(blocks, sent.head, blocks.size() - sent.tail);
+	IncomingDocument incoming;
+	if (blocks.isEmpty() || blocks.size() > kMaxParagraphs ||
+	    (!changed.isEmpty() && incoming.read({{kBlocks, changed}}) != Verdict::Good)) {
+		return false;
+	}
+	QStringList parts;
+	if (sent.head > 0) {
+		parts << paragraphs(sentText_, 0, sent.head, u'\n').toString();
+	}
+	if (!changed.isEmpty()) {
+		parts << incoming.text();
+	}
+	if (sent.tail > 0) {
+		parts << paragraphs(sentText_, oldEnd, blocks_.size(), u'\n').toString();
+	}
+	sent.text = parts.join(u'\n');
+	sent.runs = sentRuns_ + static_cast<qsizetype>(incoming.runs().size());
+	for (qsizetype i = sent.head; i < oldEnd; ++i) {
+		sent.runs -= blocks_.at(i).toObject().value(QLatin1StringView("runs")).toArray().size();
+	}
+	return sent.text.size() <= kMaxTextLength && sent.runs <= kMaxRuns;
+}
+
+bool NoteSession::applyInPart(const QJsonArray &blocks, const Sent &sent, QString &html)
+{
+	if (sent.head == blocks.size() && blocks.size() == blocks_.size()) {
 		html = html_;
 		return true;
 	}
-	const Extent extent = extentOf(blocks, incoming.text());
+	const Extent extent = extentOf(blocks, sent);
 	const std::optional<Part> part = partOf(extent, blocks);
 	if (!part) {
 		return false;
@@ -199,6 +263,8 @@ bool NoteSession::applyInPart(const QJsonArray &blocks, const IncomingDocument &
 		return false;
 	}
 	rememberPart(extent, blocks, *part, result);
+	sentText_ = sent.text;
+	sentRuns_ = sent.runs;
 	html = result;
 	++savesInPart_;
 	return true;
@@ -221,21 +287,14 @@ void NoteSession::rememberPart(const Extent &extent, const QJsonArray &blocks, c
 	slices_ = HtmlSlices(html_);
 }
 
-NoteSession::Extent NoteSession::extentOf(const QJsonArray &blocks, const QString &text) const
+NoteSession::Extent NoteSession::extentOf(const QJsonArray &blocks, const Sent &sent) const
 {
 	const qsizetype oldCount = blocks_.size();
 	const qsizetype newCount = blocks.size();
-	const qsizetype least = std::min(oldCount, newCount);
-	qsizetype head = 0;
-	while (head < least && blocks.at(head) == blocks_.at(head)) {
-		++head;
-	}
-	qsizetype tail = 0;
-	while (tail < least - head && blocks.at(newCount - 1 - tail) == blocks_.at(oldCount - 1 - tail)) {
-		++tail;
-	}
+	qsizetype head = sent.head;
+	qsizetype tail = sent.tail;
 	Extent extent;
-	extent.text = differenceOf(text_, text);
+	extent.text = differenceOf(text_, sent.text);
 	if (!extent.text.isEmpty()) {
 		const QStringView noted(text_);
 		head = std::min(head, noted.first(extent.text.start).count(QChar::ParagraphSeparator));

@@ -28,6 +28,9 @@ public:
 	/// As `quillbay::webDocument`; the saves that follow are expected to build on this note.
 	[[nodiscard]] QJsonObject webDocument(const QString &html);
 
+	/// Proves now what the first save would have to prove before it can be done in part.
+	void prepareSaves();
+
 	/// As `quillbay::applyWebDocument`.
 	bool applyWebDocument(const QString &baseHtml, const QJsonObject &document, QString &html,
 			      bool *limitExceeded = nullptr);
@@ -36,6 +39,13 @@ public:
 	[[nodiscard]] int savesInPart() const { return savesInPart_; }
 
 private:
+	/// What a browser sends, beside what was sent before.
+	struct Sent {
+		qsizetype head = 0; ///< paragraphs at the start that are the same
+		qsizetype tail = 0; ///< paragraphs at the end that are the same
+		QString text;       ///< of all, as in IncomingDocument
+		qsizetype runs = 0; ///< in all
+	};
 	/// Paragraphs that are parsed anew: from `first` up to `oldEnd` of those remembered, `newEnd` of those sent.
 	struct Extent {
 		qsizetype first = 0;
@@ -55,9 +65,12 @@ private:
 	void remember(const QString &html, const QJsonArray &blocks);
 	bool settle();
 	bool applyWhole(const QJsonObject &document, QString &html, bool *limitExceeded);
-	bool applyInPart(const QJsonArray &blocks, const IncomingDocument &incoming, QString &html);
+	[[nodiscard]] Sent compareSent(const QJsonArray &blocks) const;
+	[[nodiscard]] Verdict readSent(const QJsonArray &blocks, Sent &sent) const;
+	[[nodiscard]] bool readChanged(const QJsonArray &blocks, Sent &sent) const;
+	bool applyInPart(const QJsonArray &blocks, const Sent &sent, QString &html);
 	void rememberPart(const Extent &extent, const QJsonArray &blocks, const Part &part, const QString &html);
-	[[nodiscard]] Extent extentOf(const QJsonArray &blocks, const QString &text) const;
+	[[nodiscard]] Extent extentOf(const QJsonArray &blocks, const Sent &sent) const;
 	[[nodiscard]] std::optional<Part> partOf(const Extent &extent, const QJsonArray &blocks) const;
 	[[nodiscard]] bool isNeighbourhoodKept(const Extent &extent, const QString &before, const Part &part) const;
 
@@ -67,7 +80,9 @@ private:
 	bool canSettle_ = false;
 	int failures_ = 0;       // to settle
 	bool isSettled_ = false; // sending blocks_ again gives html_
-	QString text_;           // its raw text; this and its slices only when settled
+	QString text_;           // its raw text; this and what follows only when settled
+	QString sentText_;       // that of blocks_
+	qsizetype sentRuns_ = 0; // in blocks_
 	HtmlSlices slices_;
 	int savesInPart_ = 0;
 };

@@ -379,6 +379,10 @@ void Dock::setRemoteEditing(bool isEditing)
 	flush(false, true);
 	pauseScroll();
 	remoteEditing = isEditing;
+	if (remoteEditing) {
+		// Every save needs it: it is done once, when the device waits anyway.
+		layoutWholeNote();
+	}
 	updateReadOnly();
 	updateReadAction();
 	readAction->setToolTip(text("ReadTip"));

@@ -61,7 +61,8 @@ OBSSourceAutoRelease Remote::sceneSource(const QString &id)
 {
 	const QByteArray utf8 = id.toUtf8();
 	OBSSourceAutoRelease source = obs_get_source_by_uuid(utf8.constData());
-	return obs_scene_from_source(source) ? std::move(source) : OBSSourceAutoRelease();
+	// What follows a NUL is not looked at there, and would be another key for the same scene here.
+	return obs_scene_from_source(source) && !id.contains(QChar::Null) ? std::move(source) : OBSSourceAutoRelease();
 }
 
 // --- sessions ----------------------------------------------------------------------------------------------------
@@ -223,6 +224,7 @@ QJsonObject Remote::acquireEdit(const QJsonObject &payload)
 	editorSession = textOf(payload, "session");
 	editorScene = sceneId;
 	editedNote = std::move(note);
+	editedNote->prepareSaves();
 	extendLease();
 	dock.setRemoteEditing(true);
 	stateChanged();

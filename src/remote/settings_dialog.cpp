@@ -141,6 +141,8 @@ void SettingsDialog::showPending()
 
 void SettingsDialog::applyChoice()
 {
+	// Where a click leaves the focus alone, a typed port has not been taken yet.
+	port_->interpretText();
 	const Choice choice{enabled_->isChecked(), address_->currentData().toString(), port_->value()};
 	const QString problem = apply(choice, isNewToken_);
 	showStatus(problem);

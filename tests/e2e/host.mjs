@@ -118,9 +118,9 @@ export class Host {
 	/**
 	 * @param {{module?: boolean, wrap?: (host: Host) => string[], env?: object, password?: string}} options `module`
 	 * false leaves ours out; `wrap` answers a command that runs the host's command; `env` adds to its environment;
-	 * `password` is obs-websocket's, which asks for none without it.
+	 * `password` is obs-websocket's, which asks for none when it is empty.
 	 */
-	constructor({ module = true, wrap = () => [], env = {}, password = '' } = {}) {
+	constructor({ module = true, wrap = () => [], env = {}, password = 'a password of ours' } = {}) {
 		this.password = password;
 		this.wrap = wrap;
 		this.env = env;

@@ -114,15 +114,6 @@ test('a phone that falls silent gives the note back', async () => {
 	assert.equal(await studio.get('noteEditor', 'toolTip'), '');
 });
 
-test('a hundred writes at once, and names that are no text, change nothing', async () => {
-	const note = await phones[0].ask('ExportHtml', { scene });
-	const odd = { access: studio.access, action: 'Open', name: '\ud800' };
-	assert.ok((await phones[1].send(odd)).ok);
-	const flood = await Promise.all(Array.from({ length: 100 }, () => phones[2].ask('SaveDocument', { scene })));
-	assert.ok(flood.every(({ code }) => ['conflict', 'capacity'].includes(code)));
-	assert.deepEqual(await phones[0].ask('ExportHtml', { scene }), note);
-});
-
 test('a session silent for a minute is gone', async () => {
 	await sleep(Math.max(silentSince + 61_500 - performance.now(), 0));
 	assert.equal((await silent.ask('KeepAlive')).code, 'session');

@@ -33,7 +33,7 @@ export class Client {
 	static async open(studio, name) {
 		const client = new Client();
 		client.access = studio.access;
-		await client.#socket.connect(studio.socketUrl);
+		await client.#socket.connect(studio.socketUrl, studio.password);
 		client.#socket.on('VendorEvent', ({ vendorName, eventType, eventData }) => {
 			if (vendorName === 'QuillBay') {
 				client.events.push({ type: eventType, ...JSON.parse(eventData.payload) });
