@@ -28,8 +28,7 @@ constexpr ZipLimits kLimits{kMaxBackupBytes + kArchiveBytes, kMaxBackupNotes, 8 
 bool saveCopy(const QString &path, const QByteArray &bytes, QString &error)
 {
 	QFile file(path);
-	const bool isSaved =
-		file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(bytes) == bytes.size();
+	const bool isSaved = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeAll(file, bytes);
 	if (!isSaved) {
 		error = file.errorString();
 	}

@@ -4,6 +4,7 @@
 #include "backup/zip_writer.hpp"
 
 #include "backup/zip_format.hpp"
+#include "notes/note_file.hpp"
 
 #include <QIODevice>
 
@@ -80,11 +81,6 @@ bool ZipWriter::compress(const QByteArray &data)
 	return true;
 }
 
-bool ZipWriter::write(const QByteArray &bytes)
-{
-	return device_.write(bytes) == bytes.size();
-}
-
 ZipWriter::Result ZipWriter::add(const QString &name, const QByteArray &data)
 {
 	if (!compress(data)) {
@@ -98,7 +94,7 @@ ZipWriter::Result ZipWriter::add(const QString &name, const QByteArray &data)
 
 	QByteArray local;
 	append(local, kLocalSignature);
-	if (!write(local + shared + utf8) || !write(packed_)) {
+	if (!writeAll(device_, local + shared + utf8) || !writeAll(device_, packed_)) {
 		return Result::NotWritten;
 	}
 	append(directory_, kCentralSignature);
@@ -126,7 +122,7 @@ bool ZipWriter::finish()
 	append(end, static_cast<quint32>(directory_.size()));
 	append(end, offset);
 	append(end, quint16(0)); // Comment.
-	return write(directory_) && write(end);
+	return writeAll(device_, directory_) && writeAll(device_, end);
 }
 
 } // namespace quillbay

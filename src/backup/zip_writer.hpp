@@ -33,7 +33,6 @@ public:
 
 private:
 	[[nodiscard]] bool compress(const QByteArray &data);
-	[[nodiscard]] bool write(const QByteArray &bytes);
 
 	QIODevice &device_;
 	std::unique_ptr<z_stream_s> stream_;

@@ -96,6 +96,7 @@ QStringList Dock::boundNoteFile(QString &stem)
 		return {};
 	}
 	QString error;
+	noteStore.reattach(scene, {});
 	const QString path = noteStore.filePath(scene);
 	if ((path.isEmpty() || !QFileInfo::exists(path)) && !noteStore.write(scene, {}, &error)) {
 		showStatus(error);

@@ -234,6 +234,19 @@ bool readNoteFile(const QString &path, QByteArray &bytes, QString &error)
 	return true;
 }
 
+bool writeAll(QIODevice &device, const QByteArray &bytes)
+{
+	qint64 written = 0;
+	while (written < bytes.size()) {
+		const qint64 count = device.write(bytes.constData() + written, bytes.size() - written);
+		if (count <= 0) {
+			return false;
+		}
+		written += count;
+	}
+	return true;
+}
+
 bool saveNoteFile(const QString &path, const QByteArray &bytes, QString &error, const QDateTime &modified)
 {
 	if (bytes.size() > kMaxNoteBytes) {
@@ -245,7 +258,7 @@ bool saveNoteFile(const QString &path, const QByteArray &bytes, QString &error, 
 		return false;
 	}
 	QSaveFile file(path);
-	const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() &&
+	const bool isWritten = file.open(QIODevice::WriteOnly) && writeAll(file, bytes) &&
 			       (!modified.isValid() ||
 				(file.flush() && file.setFileTime(modified, QFileDevice::FileModificationTime))) &&
 			       file.commit();

@@ -7,6 +7,8 @@
 #include <QDateTime>
 #include <QString>
 
+class QIODevice;
+
 namespace quillbay {
 
 /// The decoded content of one note file.
@@ -38,6 +40,10 @@ bool decodeNote(const QByteArray &bytes, NoteFile &file, QString &error);
 
 /// The bytes of the note file at `path`, not decoded. On failure `error` holds a localized text.
 bool readNoteFile(const QString &path, QByteArray &bytes, QString &error);
+
+/// Writes all of `bytes`. Where only a part finds room, as on a disk that is full, the device's error says why, which
+/// after a single short `QIODevice::write` it does not.
+bool writeAll(QIODevice &device, const QByteArray &bytes);
 
 /// Replaces the file at `path` in one step, creating its folder where missing, and gives it the
 /// modification time `modified` when that is valid. On failure the previous file stays as it was and

@@ -27,20 +27,18 @@ describe('notes in a backup', () => {
 	});
 	after(() => studio?.kill());
 
-	async function backUp() {
-		await studio.invoke(dock, 'backup', true);
-		await chooseFile(archive);
-	}
-
-	async function chooseFile(file) {
+	/** Runs a command of the dock that asks for a file. */
+	async function runOnArchive(...command) {
+		await studio.invoke(dock, ...command);
 		await waitFor('the file dialog', () => studio.ask('exists', { object: '@modal fileNameEdit' }));
-		await studio.set('@modal fileNameEdit', 'text', file);
+		await studio.set('@modal fileNameEdit', 'text', archive);
 		await studio.invoke('@modal', 'accept');
 	}
 
+	const backUp = () => runOnArchive('backup', true);
+
 	async function restore() {
-		await studio.invoke(dock, 'restoreBackup');
-		await chooseFile(archive);
+		await runOnArchive('restoreBackup');
 		await waitFor('the question', () => studio.ask('exists', { object: '@modal qt_msgbox_label' }));
 		const question = await studio.get('@modal', 'text');
 		await studio.invoke('@modal .QPushButton', 'click');
@@ -48,17 +46,10 @@ describe('notes in a backup', () => {
 	}
 
 	async function restart() {
+		await studio.kill();
 		await studio.start();
 		await studio.openDock();
 		await studio.show(scenes[0]);
-	}
-
-	/** Gives every scene a note of so many characters that says which one it is. */
-	async function plantAll(mark) {
-		for (const scene of scenes) {
-			await studio.plant(scene, `<p>${mark} of ${scene}</p>${`<!-- ${mark} -->`.repeat(20_000)}`);
-		}
-		await studio.ask('save');
 	}
 
 	function notes() {
@@ -67,13 +58,15 @@ describe('notes in a backup', () => {
 	}
 
 	test('come back as they were', async () => {
-		await plantAll('first');
+		for (const scene of scenes) {
+			await studio.plant(scene, `<p>first of ${scene}</p>${'<!-- first -->'.repeat(20_000)}`);
+		}
+		await studio.ask('save');
 		const before = notes();
 		await studio.show(scenes[0]);
 		await backUp();
 		await waitFor('the backup', async () => (await studio.status()) === text('BackupSaved'));
 		execFileSync('unzip', ['-tqq', archive]);
-		await studio.kill();
 		fs.rmSync(studio.notesFolder, { recursive: true });
 		await restart();
 		const stall = await studio.longestStall(async () => {
@@ -92,11 +85,10 @@ describe('notes in a backup', () => {
 			fs.rmSync(archive, { force: true });
 			await backUp();
 			await sleep(Math.random() * 150);
-			await studio.kill();
+			await restart();
 			if (fs.existsSync(archive)) {
 				execFileSync('unzip', ['-tqq', archive]);
 			}
-			await restart();
 		}
 		fs.rmSync(archive, { force: true });
 		await backUp();

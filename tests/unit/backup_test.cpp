@@ -13,8 +13,14 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QProcess>
+#include <QRandomGenerator>
 
+#include <sys/resource.h>
 #include <zlib.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
 
 namespace quillbay::test {
 
@@ -107,15 +113,12 @@ private Q_SLOTS:
 	void init() { folder = std::make_unique<QTemporaryDir>(); }
 	void archivesAreLaidOutAsTheyShould();
 	void everyFieldOfEveryHeader();
-	void everyTruncation();
 	void oddArchives_data();
 	void oddArchives();
-	void realTools_data();
 	void realTools();
-	void refusedBackups_data();
 	void refusedBackups();
+	void aFullDisk();
 	void notesComeBack();
-	void theQuestionStandsOpen_data();
 	void theQuestionStandsOpen();
 
 private:
@@ -175,14 +178,9 @@ void BackupTest::everyFieldOfEveryHeader()
 			}
 		}
 	}
-}
-
-void BackupTest::everyTruncation()
-{
-	const QByteArray good = makeArchive({{"a.json", noteOf(1)}, {"b.json", noteOf(2), 0}}).bytes;
-	for (qsizetype size = 0; size < good.size(); ++size) {
-		QCOMPARE(inspect(good.first(size)), kInvalid);
-		QCOMPARE(inspect(good.last(size)), kInvalid);
+	for (qsizetype size = 0; size < good.bytes.size(); ++size) {
+		QCOMPARE(inspect(good.bytes.first(size)), kInvalid);
+		QCOMPARE(inspect(good.bytes.last(size)), kInvalid);
 	}
 }
 
@@ -239,79 +237,92 @@ void BackupTest::oddArchives()
 	QTEST(inspect(archive), "expected");
 }
 
-void BackupTest::realTools_data()
-{
-	QTest::addColumn<QStringList>("options");
-	QTest::newRow("deflated") << QStringList{};
-	QTest::newRow("stored") << QStringList{QStringLiteral("-0")};
-	QTest::newRow("data descriptors") << QStringList{QStringLiteral("-fd")};
-	QTest::newRow("folders and times") << QStringList{QStringLiteral("-r")};
-}
-
 void BackupTest::realTools()
 {
-	QFETCH(const QStringList, options);
 	QVERIFY(QDir(folder->path()).mkdir(QStringLiteral("d")));
 	const QStringList files{add(QStringLiteral("d/Ünï.json"), noteOf(1)),
 				add(QStringLiteral("d/b.json"), noteOf(2))};
-	QProcess zip;
-	zip.setWorkingDirectory(folder->path());
-	zip.start(QStringLiteral("zip"), options + QStringList{"-q", "tool.zip", "d", "d/Ünï.json", "d/b.json"});
-	QVERIFY(zip.waitForFinished() && zip.exitStatus() == QProcess::NormalExit && zip.exitCode() == 0);
-	QCOMPARE(inspect(readFile(path(QStringLiteral("tool.zip")))).size(), 3);
-
+	QProcess tool;
+	tool.setWorkingDirectory(folder->path());
+	const auto run = [&tool](const QString &name, const QStringList &arguments) {
+		tool.start(name, arguments);
+		return tool.waitForFinished() && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0;
+	};
+	for (const char *option : {"-6", "-0", "-fd", "-r"}) {
+		QVERIFY(run("zip", {option, "-q", "tool.zip", "d", "d/Ünï.json", "d/b.json"}));
+		QCOMPARE(inspect(readFile(path(QStringLiteral("tool.zip")))).size(), 3);
+		QVERIFY(QFile::remove(path(QStringLiteral("tool.zip"))));
+	}
 	QString error;
 	QVERIFY(backupNotes(path(QStringLiteral("out.zip")), files, error));
-	QProcess unzip;
-	unzip.start(QStringLiteral("unzip"), {"-p", path(QStringLiteral("out.zip"))});
-	QVERIFY(unzip.waitForFinished() && unzip.exitStatus() == QProcess::NormalExit && unzip.exitCode() == 0);
-	QCOMPARE(unzip.readAllStandardOutput(), noteOf(1) + noteOf(2));
-}
-
-void BackupTest::refusedBackups_data()
-{
-	QTest::addColumn<QStringList>("files");
-	QTest::addColumn<QString>("name");
-	QTest::addColumn<QString>("error");
-	const QStringList good{QStringLiteral("good.json")};
-	const QString zip = QStringLiteral("old.zip");
-	QTest::newRow("none") << QStringList() << zip << QStringLiteral("BackupEmpty");
-	QTest::newRow("too many") << QStringList(10'001, good.first()) << zip << QStringLiteral("BackupEmpty");
-	QTest::newRow("scene twice") << good + good << zip << kInvalid;
-	QTest::newRow("corrupt") << good + QStringList(QStringLiteral("corrupt.json")) << zip << kInvalid;
-	QTest::newRow("65 MiB") << good + QStringList(QStringLiteral("large.json")) << zip
-				<< QStringLiteral("BackupTooLarge");
-	for (const char *name : {"link.json", "missing.json", "folder"}) {
-		QTest::newRow(name) << good + QStringList(QLatin1StringView(name)) << zip
-				    << QStringLiteral("FileReadFailed*");
-	}
-	QTest::newRow("two in one note") << QStringList{"good.json", "other.json"} << QStringLiteral("old.json")
-					 << QString();
-	QTest::newRow("corrupt note") << QStringList{"corrupt.json"} << QStringLiteral("old.json") << kInvalid;
+	QVERIFY(run("unzip", {"-p", "out.zip"}));
+	QCOMPARE(tool.readAllStandardOutput(), noteOf(1) + noteOf(2));
 }
 
 void BackupTest::refusedBackups()
 {
-	QFETCH(QStringList, files);
-	QFETCH(const QString, name);
-	QFETCH(QString, error);
-	add(QStringLiteral("good.json"), noteOf(1));
-	add(QStringLiteral("other.json"), noteOf(2));
-	add(QStringLiteral("corrupt.json"), noteOf(3).chopped(1));
-	QVERIFY(QFile::resize(add(QStringLiteral("large.json"), {}), kMaxNoteBytes + 1));
-	QVERIFY(QFile::link(path(QStringLiteral("good.json")), path(QStringLiteral("link.json"))));
-	QVERIFY(QDir(folder->path()).mkdir(QStringLiteral("folder")));
-	for (QString &file : files) {
-		file = path(file);
+	add("good.json", noteOf(1));
+	add("other.json", noteOf(2));
+	add("corrupt.json", noteOf(3).chopped(1));
+	QVERIFY(QFile::resize(add("large.json", {}), kMaxNoteBytes + 1));
+	QVERIFY(QFile::link(path("good.json"), path("link.json")) && QDir(folder->path()).mkdir("folder"));
+	const std::initializer_list<std::tuple<QStringList, QString, QString>> cases{
+		{{}, "old.zip", "BackupEmpty"},
+		{QStringList(10'001, "good.json"), "old.zip", "BackupEmpty"},
+		{{"good.json", "good.json"}, "old.zip", kInvalid},
+		{{"good.json", "corrupt.json"}, "old.zip", kInvalid},
+		{{"good.json", "large.json"}, "old.zip", "BackupTooLarge"},
+		{{"good.json", "link.json"}, "old.zip", "FileReadFailed" + path("link.json")},
+		{{"good.json", "missing.json"}, "old.zip", "FileReadFailed" + path("missing.json")},
+		{{"good.json", "folder"}, "old.zip", "FileReadFailed" + path("folder")},
+		{{"good.json", "other.json"}, "old.json", text("BackupFailed")},
+		{{"corrupt.json"}, "old.json", kInvalid},
+	};
+	for (const auto &[names, name, expected] : cases) {
+		QStringList files;
+		for (const QString &file : names) {
+			files.append(path(file));
+		}
+		add(name, "old");
+		const auto count = QDir(folder->path()).count();
+		QString error;
+		QVERIFY(!backupNotes(path(name), files, error));
+		QCOMPARE(keyOf(error), expected);
+		QCOMPARE(readFile(path(name)), QByteArray("old"));
+		QCOMPARE(QDir(folder->path()).count(), count);
 	}
-	add(name, "old");
-	const qsizetype count = QDir(folder->path()).count();
-	QString found;
-	QVERIFY(!backupNotes(path(name), files, found));
-	QCOMPARE(keyOf(found), error.isEmpty() ? found : error.replace(u'*', files.value(1)));
-	QVERIFY(!found.isEmpty());
-	QCOMPARE(readFile(path(name)), QByteArray("old"));
-	QCOMPARE(qsizetype(QDir(folder->path()).count()), count);
+}
+
+void BackupTest::aFullDisk()
+{
+	QRandomGenerator random(1);
+	QString html;
+	for (int i = 0; i < 100'000; ++i) {
+		html += i % 5'000 == 0 ? QStringLiteral("<p>") : QString(QChar(0x4E00 + random.bounded(20'000)));
+	}
+	const QString note = add("note.json", noteOf(1, html));
+	const QByteArray archive = makeArchive({{"a.json", noteOf(1, html)}}).bytes;
+	const QString old = add("old.zip", "old");
+	add("in.zip", archive);
+	const auto count = QDir(folder->path()).count();
+	rlimit before{};
+	QVERIFY(getrlimit(RLIMIT_FSIZE, &before) == 0);
+	const rlimit small{100'000, before.rlim_max};
+	const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+	QVERIFY(setrlimit(RLIMIT_FSIZE, &small) == 0);
+	const QTemporaryDir copies;
+	QString errors[3];
+	const bool isDone = backupNotes(old, {note}, errors[0]) ||
+			    !inspectBackup(path("in.zip"), copies.path(), errors[1]).isEmpty() ||
+			    restoreNote(note, {idOf(2), "Other", old, {}}, errors[2]);
+	setrlimit(RLIMIT_FSIZE, &before);
+	std::signal(SIGXFSZ, handler);
+	QVERIFY(!isDone);
+	for (const QString &error : errors) {
+		QVERIFY2(error == QString::fromLocal8Bit(strerror(EFBIG)), qPrintable(error));
+	}
+	QCOMPARE(readFile(old), QByteArray("old"));
+	QCOMPARE(QDir(folder->path()).count(), count);
 }
 
 namespace {
@@ -321,6 +332,8 @@ QStringList drive(const QString &file, const std::function<void()> &command,
 		  const std::function<void()> &meanwhile = {})
 {
 	QStringList messages;
+	const QStringList copies{QCoreApplication::applicationName() + QStringLiteral("-*")};
+	const qsizetype folders = QDir::temp().entryList(copies, QDir::Dirs).size();
 	QTimer timer;
 	QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
 		QWidget *modal = QApplication::activeModalWidget();
@@ -338,6 +351,9 @@ QStringList drive(const QString &file, const std::function<void()> &command,
 	});
 	timer.start(5);
 	command();
+	if (QDir::temp().entryList(copies, QDir::Dirs).size() != folders) {
+		messages.append(QStringLiteral("left copies behind"));
+	}
 	return messages;
 }
 
@@ -385,53 +401,57 @@ void BackupTest::notesComeBack()
 	QCOMPARE(fixture.status(), text("RestoreResult").arg(QStringLiteral("1"), QStringLiteral("1")));
 	add(QStringLiteral("bad.zip"), "x");
 	QCOMPARE(restore("bad.zip"), QStringList(text("BackupInvalid")));
-	add(QStringLiteral("strange.zip"), makeArchive({{"a.json", noteOf(1)}}).bytes);
+	obs_sceneitem_t *group = obs_scene_add_group(obs_scene_from_source(other), "Group");
+	const QString groupId = uuidOf(obs_sceneitem_get_source(group));
+	add("strange.zip", makeArchive({{"a.json", noteOf(1)}, {"b.json", encodeNote({groupId, "Group", "x"})}}).bytes);
 	QCOMPARE(restore("strange.zip"), QStringList(text("RestoreNoMatch")));
-}
 
-void BackupTest::theQuestionStandsOpen_data()
-{
-	QTest::addColumn<QByteArray>("event");
-	QTest::addColumn<bool>("isRestored");
-	QTest::newRow("lock") << QByteArray("lock") << false;
-	QTest::newRow("remote device") << QByteArray("remote") << false;
-	QTest::newRow("shutdown") << QByteArray("shutdown") << false;
-	QTest::newRow("scene switch") << QByteArray("switch") << true;
-	QTest::newRow("rename") << QByteArray("rename") << true;
+	// The second of two cannot be written.
+	const OBSSourceAutoRelease last = makeScene(QStringLiteral("Last"));
+	QVERIFY(dock.store().write(last, {}));
+	const QString blocked = noteFile(last);
+	QVERIFY(QFile::remove(blocked) && QDir().mkdir(blocked));
+	add("two.zip", makeArchive({{"a.json", encodeNote({uuidOf(fixture.scene), "x", "<p>third</p>"})},
+				    {"b.json", encodeNote({uuidOf(last), "x", "x"})}})
+			       .bytes);
+	const QStringList said = restore("two.zip");
+	QVERIFY(said.size() == 2 && said[1].startsWith(text("RestoreResult").arg("1", "0") + u'\n'));
+	QVERIFY(dock.store().read(fixture.scene).contains("third") && !fixture.editor->isReadOnly());
 }
 
 void BackupTest::theQuestionStandsOpen()
 {
-	QFETCH(const QByteArray, event);
-	QFETCH(const bool, isRestored);
-	DockFixture fixture;
-	Dock &dock = *fixture.dock;
-	const OBSSourceAutoRelease other = makeScene(QStringLiteral("Other"));
-	QTest::keyClicks(fixture.editor, QStringLiteral("old"));
-	QCOMPARE(drive(path(QStringLiteral("all.zip")), [&] { dock.backup(true); }), QStringList());
-	QTest::keyClicks(fixture.editor, QStringLiteral("new"));
-	const auto meanwhile = [&] {
-		if (event == "lock") {
-			dock.setLocked(true);
-		} else if (event == "remote") {
-			dock.setRemoteEditing(true);
-		} else if (event == "shutdown") {
-			dock.shutdown();
-		} else if (event == "switch") {
-			dock.bindScene(other);
-		} else {
-			obs_source_set_name(fixture.scene, "Renamed");
-			dock.sceneRenamed(fixture.scene);
-		}
-	};
-	drive(path(QStringLiteral("all.zip")), [&] { dock.restoreBackup(); }, meanwhile);
-	const QString html = dock.store().read(fixture.scene);
-	QCOMPARE(html.contains(QStringLiteral("oldnew")), !isRestored);
-	QVERIFY(html.contains(QStringLiteral("old")));
-	QCOMPARE(QDir(dock.store().folder()).entryList(QDir::Files).size(), 1);
-	QCOMPARE(fixture.editor->toPlainText(), QString::fromLatin1(event == "switch" ? ""
-								    : isRestored      ? "old"
-										      : "oldnew"));
+	for (const QByteArray event : {"lock", "remote", "shutdown", "switch", "rename"}) {
+		DockFixture fixture;
+		Dock &dock = *fixture.dock;
+		const OBSSourceAutoRelease other = makeScene(QStringLiteral("Other"));
+		QTest::keyClicks(fixture.editor, QStringLiteral("old"));
+		QCOMPARE(drive(path("all.zip"), [&] { dock.backup(true); }), QStringList());
+		QTest::keyClicks(fixture.editor, QStringLiteral("new"));
+		const auto meanwhile = [&] {
+			if (event == "lock") {
+				dock.setLocked(true);
+			} else if (event == "remote") {
+				dock.setRemoteEditing(true);
+			} else if (event == "shutdown") {
+				dock.shutdown();
+			} else if (event == "switch") {
+				dock.bindScene(other);
+			} else {
+				obs_source_set_name(fixture.scene, "Renamed");
+				dock.sceneRenamed(fixture.scene);
+			}
+		};
+		QCOMPARE(drive(path("all.zip"), [&] { dock.restoreBackup(); }, meanwhile).size(), 1);
+		const bool isRestored = event == "switch" || event == "rename";
+		const QString html = dock.store().read(fixture.scene);
+		QVERIFY2(html.contains("old") && html.contains("oldnew") != isRestored, event.constData());
+		QCOMPARE(QDir(dock.store().folder()).entryList(QDir::Files).size(), 1);
+		QCOMPARE(fixture.editor->toPlainText(), QString(event == "switch" ? ""
+								: isRestored      ? "old"
+										  : "oldnew"));
+		QVERIFY(QFile::remove(path("all.zip")));
+	}
 }
 
 } // namespace quillbay::test
