@@ -49,6 +49,10 @@ async function compareRoundTrips(phone) {
 async function measureStalls(studio, phone, name) {
 	await studio.plant(name, notes[name]);
 	await studio.show(name);
+	// From here on the note is in the words that the editor saves it in.
+	await studio.type('x');
+	await studio.waitForSave();
+	await sleep(2100);
 	const { uuid: scene } = await studio.sceneInfo(name);
 	const show = async (action, work) => {
 		let answer;
