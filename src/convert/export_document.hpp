@@ -52,5 +52,7 @@ private:
 
 /// The document that the HTML makes, or null when it would freeze the parser or is far over the limits.
 std::unique_ptr<QTextDocument> parsed(const QString &html);
+/// The document that harmless HTML makes. Written again, what Qt wrote keeps its font.
+std::unique_ptr<QTextDocument> loaded(const QString &html);
 
 } // namespace quillbay

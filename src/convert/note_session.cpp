@@ -55,14 +55,6 @@ QStringView paragraphs(QStringView text, qsizetype first, qsizetype end, QChar s
 	return next == 0 ? from : from.first(next - 1);
 }
 
-// A part of a note that was parsed, or is to be: it needs no guard of its own.
-std::unique_ptr<QTextDocument> loaded(const QString &html)
-{
-	auto scratch = NoteDocument::makeScratch();
-	scratch->setHtml(html);
-	return scratch;
-}
-
 // Whether two pieces of what Qt has written differ in their texts only. It writes no quotes outside of tags, so what
 // holds one is no text.
 bool haveSameTags(QStringView one, QStringView other)

@@ -5,6 +5,7 @@
 
 #include "convert/apply_web_document.hpp"
 #include "convert/export_document.hpp"
+#include "notes/editor_html.hpp"
 #include "notes/html_shape.hpp"
 #include "notes/limits.hpp"
 #include "notes/note_document.hpp"
@@ -22,11 +23,26 @@ namespace quillbay {
 namespace {
 
 constexpr double kPointsPerPixel = 0.75;
+constexpr qsizetype kMaxHead = 4096; // what Qt writes before a note's text is far shorter
 constexpr int kAlignments = Qt::AlignLeft | Qt::AlignRight | Qt::AlignHCenter | Qt::AlignJustify;
 
 // Characters that QTextCursor::insertText makes a paragraph's end of, though Unicode has no meaning for them.
 constexpr char16_t kBeginningOfFrame = 0xfdd0;
 constexpr char16_t kEndOfFrame = 0xfdd1;
+
+// The font that Qt writes into the body, which is the default one of the document that it wrote.
+QFont writtenFont(const QString &html, const QFont &otherwise)
+{
+	const QStringView head = QStringView(html).first(std::min<qsizetype>(html.size(), kMaxHead));
+	const qsizetype body = head.indexOf(QLatin1StringView("<body "));
+	const qsizetype end = head.indexOf(u'>', std::max<qsizetype>(body, 0));
+	if (!head.startsWith(kEditorHead) || body < 0 || end < 0) {
+		return otherwise;
+	}
+	const auto sample = NoteDocument::makeScratch();
+	sample->setHtml(head.sliced(body, end + 1 - body) + QLatin1StringView("x</body>"));
+	return sample->begin().begin().fragment().charFormat().font().resolve(otherwise);
+}
 
 bool isPlain(const QBrush &brush)
 {
@@ -253,14 +269,18 @@ int ListNumbers::of(const QTextList *list)
 	return known != numbers_.constEnd() ? *known : *numbers_.insert(list, next);
 }
 
-std::unique_ptr<QTextDocument> parsed(const QString &html)
+std::unique_ptr<QTextDocument> loaded(const QString &html)
 {
-	if (!isWorthParsing(html)) {
-		return {};
-	}
 	auto scratch = NoteDocument::makeScratch();
+	// With another default every run would be written with what is the default in the note.
+	scratch->setDefaultFont(writtenFont(html, scratch->defaultFont()));
 	scratch->setHtml(html);
 	return scratch;
+}
+
+std::unique_ptr<QTextDocument> parsed(const QString &html)
+{
+	return isWorthParsing(html) ? loaded(html) : nullptr;
 }
 
 QJsonObject webDocument(const QString &html)
