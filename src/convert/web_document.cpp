@@ -40,7 +40,7 @@ QFont writtenFont(const QString &html, const QFont &otherwise)
 		return otherwise;
 	}
 	const auto sample = NoteDocument::makeScratch();
-	sample->setHtml(head.sliced(body, end + 1 - body) + QLatin1StringView("x</body>"));
+	sample->setHtml(head.sliced(body, end + 1 - body).toString() + QLatin1StringView("x</body>"));
 	return sample->begin().begin().fragment().charFormat().font().resolve(otherwise);
 }
 

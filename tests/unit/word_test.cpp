@@ -187,7 +187,7 @@ private Q_SLOTS:
 		check("default and paragraph styles",
 		      "<p><r><t>x</t></r></p>" + paragraph("h", "<pStyle val='H'/>") +
 			      paragraph("own", "<pStyle val='H'/><jc val='right'/><rPr><b val='false'/></rPr>") +
-		    paragraph("left", "<pStyle val='H'/><jc val='left'/>") +
+			      paragraph("left", "<pStyle val='H'/><jc val='left'/>") +
 			      runs("<rStyle val='R'/><i val='0'/>", "H") + runs("", "none"),
 		      "x{u 10}|center h{b i 10}|right own{i 10}|left{b i 10}|center x{b 10 #0000ff}|x{10}",
 		      R"(<docDefaults><rPrDefault><rPr><sz val='20'/></rPr></rPrDefault></docDefaults>
