@@ -86,6 +86,12 @@ test('typing in the dock, locking and several phones lose nothing', async () => 
 			if (!(await studio.get('noteEditor', 'readOnly'))) {
 				const word = `d${count}`;
 				await studio.ask('caret', { object: 'noteEditor', position: 0 });
+				// A phone may have taken the note just before the first key; once that is in, none can.
+				await studio.type(' ');
+				if (!(await studio.plain()).startsWith(' ')) {
+					continue;
+				}
+				await studio.ask('caret', { object: 'noteEditor', position: 0 });
 				await studio.type(`${word} `, { pauseMs: 5 });
 				words.push(word);
 				await sleep(2300);
