@@ -125,4 +125,16 @@ bool compare(const char *name, const char *caseName, double budget, int rounds, 
 	return isWithin;
 }
 
+/// A program that measures the wanted cases; its exit code is 1 when one is over its budget.
+template <typename CompareCase>
+int runWantedCases(int argc, char *argv[], const CompareCase &compareCase)
+{
+	const QApplication application(argc, argv);
+	bool isWithin = true;
+	for (const Case &note : wantedCases()) {
+		isWithin = compareCase(note) && isWithin;
+	}
+	return isWithin ? 0 : 1;
+}
+
 } // namespace quillbay::bench

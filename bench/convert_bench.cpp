@@ -121,10 +121,5 @@ bool compareCase(const Case &note)
 
 int main(int argc, char *argv[])
 {
-	const QApplication application(argc, argv);
-	bool isWithin = true;
-	for (const quillbay::bench::Case &note : quillbay::bench::wantedCases()) {
-		isWithin = quillbay::bench::compareCase(note) && isWithin;
-	}
-	return isWithin ? 0 : 1;
+	return quillbay::bench::runWantedCases(argc, argv, quillbay::bench::compareCase);
 }

@@ -169,6 +169,9 @@ private Q_SLOTS:
 		window->setCentralWidget(dock());
 		window->show();
 		window->activateWindow();
+		QVERIFY(QTest::qWaitForWindowActive(window.get()));
+		QTest::keyClick(window.get(), Qt::Key_R, Qt::ControlModifier);
+		QCOMPARE(std::exchange(hostActions, 0), 1);
 		editor()->setFocus();
 		type("copied");
 		editor()->selectAll();
