@@ -1,0 +1,77 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// HTML on its way into a note, from an imported file, the clipboard, a drop or a note file: what is let through to Qt's
+// parser and layout is what its shape was said to be, and costs no longer than it may.
+
+#include "notes/html_shape.hpp"
+#include "notes/limits.hpp"
+#include "notes/note_document.hpp"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QTextBlock>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace {
+
+using namespace quillbay;
+
+// The sanitizers and libFuzzer's counters make everything some five times slower.
+constexpr qint64 kLongestAnswerMs = 5 * 250;
+// A harmless note may take as long as the worst plain one; with the same slowness no input of a fuzzer comes near it.
+constexpr qint64 kLongestLayoutMs = 15'000;
+
+void require(bool isTrue, const char *what)
+{
+	if (!isTrue) {
+		qFatal("%s", what);
+	}
+}
+
+void checkBounds(const HtmlShape &shape, const QTextDocument &document)
+{
+	if (!shape.isBounded) {
+		return;
+	}
+	int longest = 0;
+	for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+		longest = std::max(longest, block.length());
+	}
+	require(document.characterCount() <= shape.characters, "more characters than the shape told");
+	require(document.blockCount() <= shape.blocks, "more paragraphs than the shape told");
+	require(longest <= shape.longestBlock, "a longer paragraph than the shape told");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+	static int argc = 1;
+	static char name[] = "fuzz";
+	static char *argv[] = {name, nullptr};
+	static const QGuiApplication application(argc, argv);
+
+	const QString html = QString::fromUtf8(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
+	QElapsedTimer clock;
+	clock.start();
+	const HtmlShape shape = shapeOf(html);
+	require(clock.elapsed() < kLongestAnswerMs, "the shape took too long");
+	if (!isWorthParsing(html)) {
+		return 0;
+	}
+	NoteDocument document;
+	clock.restart();
+	document.setHtml(html);
+	checkBounds(shape, document);
+	const bool isWithin = withinTextLimits(document) && shape.isHarmless;
+	require(withinHtmlLimits(html) == isWithin, "two answers about the limits");
+	if (isWithin) {
+		document.setTextWidth(400);
+		(void)document.size();
+	}
+	require(clock.elapsed() < kLongestLayoutMs, "a harmless note took too long");
+	return 0;
+}
