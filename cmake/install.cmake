@@ -19,6 +19,7 @@ else()
     set(quillbay_module_dir "${CMAKE_INSTALL_LIBDIR}/obs-plugins")
   endif()
   set(quillbay_data_dir "${CMAKE_INSTALL_DATADIR}/obs/obs-plugins/quillbay")
+  install(FILES packaging/com.obsproject.Studio.Plugin.QuillBay.metainfo.xml DESTINATION "${CMAKE_INSTALL_DATADIR}/metainfo")
 endif()
 
 install(TARGETS quillbay LIBRARY DESTINATION "${quillbay_module_dir}" RUNTIME DESTINATION "${quillbay_module_dir}")
