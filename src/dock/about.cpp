@@ -93,6 +93,8 @@ AboutDialog::AboutDialog(const AutoClear &saved, QWidget *parent)
 	showScope();
 	// Not to the first text with a link.
 	buttons->button(QDialogButtonBox::Ok)->setFocus();
+	// Left to itself a dialog takes two thirds of a small screen and cuts the texts off.
+	resize(sizeHint());
 }
 
 void AboutDialog::addText(const char *name, const QString &richText)

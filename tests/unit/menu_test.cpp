@@ -194,6 +194,9 @@ void MenuTest::choicesCountFromOkOn()
 	// Chooses the days, checks or unchecks the scene, and presses OK, which brings up the message, if there is one.
 	const auto decide = [this](int days, const char *message) {
 		inNext<QDialog>([days, message](QDialog &dialog) {
+			for (const QLabel *label : dialog.findChildren<QLabel *>()) {
+				QVERIFY2(label->height() >= label->heightForWidth(label->width()), "cut off");
+			}
 			dialog.findChild<QSpinBox *>()->setValue(days);
 			inNext<QDialog>([](QDialog &chooser) {
 				QListWidgetItem *item = chooser.findChild<QListWidget *>()->item(0);

@@ -156,30 +156,58 @@ private Q_SLOTS:
 		QCOMPARE(QDir(QFileInfo(path).absolutePath()).entryList(QDir::Files).size(), 1);
 	}
 
-	void everyTextKeyHasAnEnglishText()
+	void everyTextIsInEveryLanguage()
 	{
 		static const QRegularExpression use(QString("\"([A-Z][A-Za-z0-9]+)\""));
 		static const QRegularExpression lookup(QString("text\\(\"(\\w+)\"\\)"));
-		static const QRegularExpression entry("^(\\w+)=", QRegularExpression::MultilineOption);
+		static const QRegularExpression entry("^(\\w+)=\"(.*)\"$", QRegularExpression::MultilineOption);
+		static const QRegularExpression kept("%\\d|<[^>]*>|&\\w+;|(Ctrl|Shift|Alt)\\+|\\*\\.\\w+|;;");
 		const auto read = [](const QString &path) { return QString::fromUtf8(readFile(path)); };
-		QSet<QString> keys;
-		for (const auto &match : entry.globalMatch(read(QUILLBAY_SOURCE_DIR "/data/locale/en-US.ini"))) {
-			keys.insert(match.captured(1));
+		const QDir folder(QUILLBAY_SOURCE_DIR "/data/locale");
+		// The texts' keys, each with what a translation keeps as it is.
+		const auto textsOf = [&](const QString &file) {
+			QMap<QString, QString> texts;
+			for (const auto &match : entry.globalMatch(read(folder.filePath(file)))) {
+				QStringList parts;
+				for (const auto &part : kept.globalMatch(match.captured(2))) {
+					parts << part.captured();
+				}
+				parts.sort();
+				texts.insert(match.captured(1), "has \"" + parts.join(u' ') + "\"");
+			}
+			return texts;
+		};
+		const QMap<QString, QString> english = textsOf("en-US.ini");
+		QVERIFY(!english.isEmpty());
+		QStringList faults;
+		for (const QString &file : folder.entryList({"*.ini"})) {
+			const QMap<QString, QString> texts = textsOf(file);
+			const QStringList all = texts.keys() + english.keys();
+			for (const QString &key : QSet<QString>(all.begin(), all.end())) {
+				const QString found = texts.value(key, "is missing");
+				const QString wanted = english.value(key, "is missing");
+				if (found != wanted) {
+					faults << QString("%1 of %2 %3; in English it %4")
+							  .arg(key, file, found, wanted);
+				}
+			}
 		}
-		QVERIFY(!keys.isEmpty());
-		QSet<QString> unused = keys;
+		QSet<QString> unused(english.keyBegin(), english.keyEnd());
 		QDirIterator sources(QUILLBAY_SOURCE_DIR "/src", {"*.cpp", "*.hpp"}, QDir::Files,
 				     QDirIterator::Subdirectories);
 		while (sources.hasNext()) {
 			const QString code = read(sources.next());
 			for (const auto &match : lookup.globalMatch(code)) {
-				QVERIFY2(keys.contains(match.captured(1)), qPrintable(match.captured(1)));
+				QVERIFY2(english.contains(match.captured(1)), qPrintable(match.captured(1)));
 			}
 			for (const auto &match : use.globalMatch(code)) {
 				unused.remove(match.captured(1));
 			}
 		}
-		QVERIFY2(unused.isEmpty(), qPrintable(QStringList(unused.cbegin(), unused.cend()).join(u' ')));
+		for (const QString &key : unused) {
+			faults << key + " is never used";
+		}
+		QVERIFY2(faults.isEmpty(), qPrintable(faults.join(u'\n')));
 	}
 
 	void macModifiers()
