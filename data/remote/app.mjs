@@ -132,7 +132,7 @@ const client = {
 	saving: null,
 	/** @type {AbortController | null} */
 	importing: null,
-	/** Counts the local edits, and those that the host has. */
+	/** Counts the local edits, and those that the host has or that no longer matter. They only grow. */
 	sequence: 0,
 	savedSequence: 0,
 	/** A local draft differs from the host's document and waits for its user's decision. */
@@ -454,6 +454,7 @@ async function loggedIn(reply) {
 		const { scene } = client;
 		await (hasScene(scene) ? load(scene) : showTarget(true));
 		await showTarget(false);
+		showAbandoned();
 	});
 }
 
@@ -601,14 +602,14 @@ function onEvent(state, type) {
 		}
 		return;
 	}
-	const wasTaken = remoteState.locked || remoteState.localEditing;
+	const wasTaken = remoteState.locked || remoteState.localEditing || !hasScene(client.scene);
 	applyState(state);
 	attempt(() => onChanged(Array.isArray(state.changed) ? state.changed : [], wasTaken));
 }
 
 /**
  * @param {string[]} changed the scenes whose notes are others now
- * @param {boolean} wasTaken the host's user had the notes
+ * @param {boolean} wasTaken the host's user had the notes, or the one shown was not there
  */
 async function onChanged(changed, wasTaken) {
 	const state = client.remoteState;
@@ -627,8 +628,9 @@ async function onChanged(changed, wasTaken) {
 		endEdit();
 		if (isDraft) showNotice(state.locked ? 'RemoteLocked' : 'RemoteConflict');
 	}
-	if (notice?.key === 'RemoteLocked' && !state.locked) clearNotice();
+	if (notice?.key === 'RemoteLocked' && !state.locked && !client.draftProblem) clearNotice();
 	if (client.draftProblem) {
+		showAbandoned();
 		// The draft still waits for its decision: ask again, or see that the host has the text.
 		const isFree = !state.locked && !state.localEditing;
 		const isToAsk = isFree && (wasTaken || changed.includes(client.scene)) && hasScene(client.scene);
@@ -637,6 +639,11 @@ async function onChanged(changed, wasTaken) {
 		await client.finishing;
 		if (!client.editing && !client.acquiring) await showTarget(changed.includes(client.scene));
 	}
+}
+
+/** A draft whose scene is gone stays on the screen until its user gives it up. */
+function showAbandoned() {
+	if (client.draftProblem && !hasScene(client.scene)) showNotice('RemoteConflict');
 }
 
 /** Shows the scene that is to be shown, if it is another one or its note has changed. @param {boolean} isChanged */
@@ -702,7 +709,7 @@ async function load(id, restoresDraft = true) {
 	const keepsPlace = id === client.scene && client.model !== null;
 	const { epoch, revision } = model;
 	Object.assign(client, { scene: id, epoch, revision, model, draftProblem: false });
-	client.sequence = client.savedSequence = 0;
+	client.savedSequence = client.sequence;
 	ui.scenes.value = id;
 	const draft = restoresDraft ? settledDraft(id, model) : null;
 	if (!notice?.isLasting || !keepsPlace) clearNotice();
@@ -995,8 +1002,8 @@ function takeLease(model, resumes, point) {
 	++editing.lease;
 	Object.assign(client, { model, revision: model.revision, epoch: model.epoch, editing: true, draftProblem: false });
 	client.acquiring = false;
-	client.sequence = resumes ? 1 : 0;
-	client.savedSequence = 0;
+	client.savedSequence = client.sequence;
+	if (resumes) ++client.sequence;
 	editing.draftSequence = -1;
 	clearNotice();
 	if (isOther) show(model, true);
@@ -1055,11 +1062,15 @@ function edited() {
 	++client.sequence;
 	if (notice && notice.key !== 'RemoteNoDraft' && !client.draftProblem) clearNotice();
 	clearTimeout(editing.draftTimer);
-	clearTimeout(editing.saveTimer);
 	editing.draftTimer = setTimeout(storeDraft, draftDelayMs);
-	editing.saveTimer = setTimeout(() => attempt(save), saveDelayMs);
+	saveLater();
 	documentChanged();
 	updateStatus();
+}
+
+function saveLater() {
+	clearTimeout(editing.saveTimer);
+	editing.saveTimer = setTimeout(() => attempt(save), saveDelayMs);
 }
 
 /** Saves what is unsaved; waits for a save under way. */
@@ -1076,7 +1087,7 @@ async function saveNow() {
 	clearTimeout(editing.saveTimer);
 	if (!client.editing || !isUnsaved()) return;
 	if (editing.isComposing) {
-		editing.saveTimer = setTimeout(() => attempt(save), saveDelayMs);
+		saveLater();
 		return;
 	}
 	const { scene, epoch, revision, sequence } = client;
@@ -1087,13 +1098,15 @@ async function saveNow() {
 		showNotice('TextLimit');
 		return;
 	}
-	const isShown = () => client.scene === scene && client.epoch === epoch;
+	// The answer to a save of an older lease says nothing of the edits since.
+	const isCurrent = () => client.scene === scene && client.epoch === epoch && client.savedSequence < sequence;
 	try {
 		const reply = await call('SaveDocument', { scene, epoch, revision, document: snapshot });
-		if (isShown()) saved(Number(reply.revision), sequence);
+		if (isCurrent()) saved(Number(reply.revision), sequence);
 	} catch (error) {
-		if (isShown()) saveFailed(error);
+		if (isCurrent()) saveFailed(error);
 	}
+	if (client.editing && isUnsaved()) saveLater();
 }
 
 /** @param {number} revision @param {number} sequence the count of edits that the host has now */
@@ -1102,7 +1115,6 @@ function saved(revision, sequence) {
 	client.savedSequence = sequence;
 	if (isUnsaved()) {
 		storeDraft();
-		editing.saveTimer = setTimeout(() => attempt(save), saveDelayMs);
 		return;
 	}
 	removeDraft(client.scene);
@@ -1110,6 +1122,7 @@ function saved(revision, sequence) {
 		// The lease was lost while this save was under way, but the text has arrived.
 		client.draftProblem = false;
 		clearNotice();
+		attempt(() => showTarget(true));
 	}
 }
 
@@ -1622,7 +1635,7 @@ function replaced(reply, scene) {
 	const model = /** @type {any} */ (reply);
 	++client.loadNumber;
 	requestedScene = '';
-	Object.assign(client, { model, epoch: model.epoch, revision: model.revision, sequence: 0, savedSequence: 0 });
+	Object.assign(client, { model, epoch: model.epoch, revision: model.revision, savedSequence: client.sequence });
 	removeDraft(scene);
 	clearNotice();
 	show(model, false);
