@@ -27,6 +27,9 @@ namespace quillbay {
 
 namespace {
 
+/// Removing so many files takes less than a frame.
+constexpr qsizetype kMaxCopiesRemovedAtOnce = 100;
+
 void warn(QWidget *parent, const char *titleKey, const QString &message)
 {
 	showMessage(parent, QMessageBox::Warning, text(titleKey), message);
@@ -159,26 +162,31 @@ void Dock::restoreBackup()
 	}
 	QList<BackupNote> notes;
 	QString error;
-	fileJob(this, text("CheckingBackup"), [&] { notes = inspectBackup(path, folder.path(), error); });
+	fileJob(this, text("CheckingBackup"), [&] {
+		notes = inspectBackup(path, folder.path(), error);
+		if (notes.isEmpty()) {
+			folder.remove();
+		}
+	});
 	if (self && !shutDown && !error.isEmpty()) {
 		warn(this, "RestoreFailed", error);
 	} else if (self && canRestore()) {
-		offerRestore(notes, isSingleNote(path) ? scene.Get() : nullptr);
+		offerRestore(notes, isSingleNote(path) ? scene.Get() : nullptr, folder);
 	}
-	// Here, as it may be thousands of files: the folder's own end would hold up the host.
-	if (self) {
+	// A refused restore leaves its copies: thousands of them would hold up the host.
+	if (self && notes.size() > kMaxCopiesRemovedAtOnce && QFileInfo::exists(folder.path())) {
 		fileJob(this, text("CheckingBackup"), [&folder] { folder.remove(); });
 	}
 }
 
-void Dock::offerRestore(const QList<BackupNote> &notes, obs_source_t *onlyScene)
+void Dock::offerRestore(const QList<BackupNote> &notes, obs_source_t *onlyScene, QTemporaryDir &copies)
 {
 	const QPointer<Dock> self(this);
 	std::vector<Restore> restores = matchBackup(notes, onlyScene);
 	if (restores.empty()) {
 		showMessage(this, QMessageBox::Information, text("RestoreBackup"), text("RestoreNoMatch"));
 	} else if (confirmRestore(restores) && self && canRestore()) {
-		restoreNotes(restores, notes.size());
+		restoreNotes(restores, notes.size(), copies);
 	}
 }
 
@@ -220,7 +228,7 @@ bool Dock::confirmRestore(std::vector<Restore> &restores)
 			   QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
 }
 
-void Dock::restoreNotes(std::vector<Restore> &restores, qsizetype noteCount)
+void Dock::restoreNotes(std::vector<Restore> &restores, qsizetype noteCount, QTemporaryDir &copies)
 {
 	restoring = true;
 	pauseScroll();
@@ -232,11 +240,12 @@ void Dock::restoreNotes(std::vector<Restore> &restores, qsizetype noteCount)
 	const QPointer<Dock> self(this);
 	std::size_t written = 0;
 	QString error;
-	fileJob(this, text("RestoringBackup"), [&restores, &written, &error] {
+	fileJob(this, text("RestoringBackup"), [&restores, &written, &error, &copies] {
 		while (written < restores.size() &&
 		       restoreNote(restores[written].file, restores[written].target, error)) {
 			++written;
 		}
+		copies.remove();
 	});
 	if (!self) {
 		return;

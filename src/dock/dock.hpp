@@ -34,6 +34,7 @@ class QMenu;
 class QMouseEvent;
 class QSlider;
 class QSpinBox;
+class QTemporaryDir;
 class QToolBar;
 class QToolButton;
 
@@ -298,11 +299,11 @@ private:
 	[[nodiscard]] QStringList boundNoteFile(QString &stem);
 	[[nodiscard]] QString chooseDestination(bool all, const QString &stem);
 	[[nodiscard]] bool canRestore();
-	void offerRestore(const QList<BackupNote> &notes, obs_source_t *onlyScene);
+	void offerRestore(const QList<BackupNote> &notes, obs_source_t *onlyScene, QTemporaryDir &copies);
 	[[nodiscard]] std::vector<Restore> matchBackup(const QList<BackupNote> &notes, obs_source_t *onlyScene) const;
 	int prepareRestores(std::vector<Restore> &restores) const;
 	[[nodiscard]] bool confirmRestore(std::vector<Restore> &restores);
-	void restoreNotes(std::vector<Restore> &restores, qsizetype noteCount);
+	void restoreNotes(std::vector<Restore> &restores, qsizetype noteCount, QTemporaryDir &copies);
 	void endRestore();
 
 	// Scenes and their notes (binding.cpp)

@@ -82,7 +82,7 @@ std::vector<Dock::MenuEntry> Dock::noteEntries()
 {
 	const auto hasText = [this] { return isEditable() && !editor->document()->isEmpty(); };
 	return {{"ConvertBasic", {}, hasText, [this] { convertToBasic(); }},
-		{"ClearBody", {}, hasText, [this] { replaceHtml({}, "ClearBody", "ClearBodyPrompt", false); }}};
+		{"ClearBody", {}, hasText, [this] { replaceHtml({}, "ClearBody", "ClearBodyPrompt", true); }}};
 }
 
 std::vector<Dock::MenuEntry> Dock::backupEntries()

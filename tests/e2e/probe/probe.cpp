@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QDropEvent>
 #include <QHash>
 #include <QJsonArray>
@@ -247,7 +248,7 @@ QJsonValue pressKey(const QJsonObject &request)
 	return {};
 }
 
-// "action" is a click or "wheel" by "delta"; "at" [x, y], else the middle.
+// "action" is a click, "menu" (a right click) or "wheel" by "delta"; "at" [x, y], else the middle.
 QJsonValue useMouse(const QJsonObject &request)
 {
 	auto &widget = findAs<QWidget>(request);
@@ -256,6 +257,10 @@ QJsonValue useMouse(const QJsonObject &request)
 		QWheelEvent event(at, widget.mapToGlobal(QPointF(at)), {}, {0, request["delta"].toInt()}, Qt::NoButton,
 				  Qt::NoModifier, Qt::NoScrollPhase, false);
 		QCoreApplication::sendEvent(&widget, &event);
+	} else if (request["action"].toString() == "menu") {
+		// Queued: an open menu must not hold up the answer.
+		auto *event = new QContextMenuEvent(QContextMenuEvent::Mouse, at, widget.mapToGlobal(at));
+		QCoreApplication::postEvent(&widget, event);
 	} else {
 		QTest::mouseClick(&widget, Qt::LeftButton, Qt::NoModifier, at);
 	}
