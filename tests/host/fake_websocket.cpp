@@ -5,9 +5,6 @@
 
 #include <QJsonDocument>
 
-#include <cassert>
-#include <cstring>
-
 #include <obs-websocket-api.h>
 
 namespace quillbay::test {
@@ -29,8 +26,7 @@ void registerVendor(void *, calldata_t *call)
 
 bool isRequest(calldata_t *call)
 {
-	return calldata_ptr(call, "vendor") == &websocket() &&
-	       std::strcmp(calldata_string(call, "type"), "Request") == 0;
+	return calldata_ptr(call, "vendor") == &websocket() && qstrcmp(calldata_string(call, "type"), "Request") == 0;
 }
 
 void registerRequest(void *, calldata_t *call)
@@ -70,15 +66,14 @@ void FakeWebsocket::install()
 		return;
 	}
 	vendorProcedures = proc_handler_create();
-	proc_handler_add(vendorProcedures, "bool vendor_register(in string name, out ptr vendor)", registerVendor,
-			 nullptr);
-	proc_handler_add(vendorProcedures,
-			 "bool vendor_request_register(in ptr vendor, in string type, in ptr callback)",
-			 registerRequest, nullptr);
-	proc_handler_add(vendorProcedures, "bool vendor_request_unregister(in ptr vendor, in string type)",
-			 unregisterRequest, nullptr);
-	proc_handler_add(vendorProcedures, "bool vendor_event_emit(in ptr vendor, in string type, in ptr data)",
-			 emitEvent, nullptr);
+	for (const auto &[declaration, procedure] : {
+		     std::pair{"bool vendor_register(in string name, out ptr vendor)", &registerVendor},
+		     {"bool vendor_request_register(in ptr vendor, in string type, in ptr callback)", &registerRequest},
+		     {"bool vendor_request_unregister(in ptr vendor, in string type)", &unregisterRequest},
+		     {"bool vendor_event_emit(in ptr vendor, in string type, in ptr data)", &emitEvent},
+	     }) {
+		proc_handler_add(vendorProcedures, declaration, procedure, nullptr);
+	}
 	proc_handler_add(obs_get_proc_handler(), "bool obs_websocket_api_get_ph(out ptr ph)", getHandler, nullptr);
 }
 

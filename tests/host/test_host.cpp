@@ -17,16 +17,6 @@ const char *obs_module_text(const char *key)
 
 namespace quillbay::test {
 
-namespace {
-
-OBSDataAutoRelease recordData(obs_source_t *scene)
-{
-	const OBSDataAutoRelease settings = obs_source_get_private_settings(scene);
-	return obs_data_get_obj(settings, "quillbay");
-}
-
-} // namespace
-
 Host::Host()
 {
 	const QByteArray path = config_.path().toUtf8();
@@ -45,8 +35,7 @@ OBSSourceAutoRelease makeScene(const QString &name)
 {
 	// A name is taken until the host has done away with its scene, on a thread of its own.
 	obs_wait_for_destroy_queue();
-	const QByteArray utf8 = name.toUtf8();
-	return obs_scene_get_source(obs_scene_create(utf8.constData()));
+	return obs_scene_get_source(obs_scene_create(name.toUtf8().constData()));
 }
 
 void removeScenes()
@@ -64,9 +53,8 @@ void removeScenes()
 
 OBSSourceAutoRelease duplicateScene(obs_source_t *scene, const QString &name)
 {
-	const QByteArray utf8 = name.toUtf8();
-	return obs_scene_get_source(
-		obs_scene_duplicate(obs_scene_from_source(scene), utf8.constData(), OBS_SCENE_DUP_REFS));
+	obs_scene_t *original = obs_scene_from_source(scene);
+	return obs_scene_get_source(obs_scene_duplicate(original, name.toUtf8().constData(), OBS_SCENE_DUP_REFS));
 }
 
 QString uuidOf(obs_source_t *scene)
@@ -76,18 +64,17 @@ QString uuidOf(obs_source_t *scene)
 
 QString recordOf(obs_source_t *scene, const char *key)
 {
-	return QString::fromUtf8(obs_data_get_string(recordData(scene), key));
+	const OBSDataAutoRelease settings = obs_source_get_private_settings(scene);
+	const OBSDataAutoRelease record = obs_data_get_obj(settings, "quillbay");
+	return QString::fromUtf8(obs_data_get_string(record, key));
 }
 
 void setRecord(obs_source_t *scene, const QString &id, const QString &file, const QString &name)
 {
 	const OBSDataAutoRelease record = obs_data_create();
-	const QByteArray idUtf8 = id.toUtf8();
-	const QByteArray fileUtf8 = file.toUtf8();
-	const QByteArray nameUtf8 = name.toUtf8();
-	obs_data_set_string(record, "id", idUtf8.constData());
-	obs_data_set_string(record, "file", fileUtf8.constData());
-	obs_data_set_string(record, "name", nameUtf8.constData());
+	for (const auto &[key, value] : {std::pair{"id", id}, {"file", file}, {"name", name}}) {
+		obs_data_set_string(record, key, value.toUtf8().constData());
+	}
 	const OBSDataAutoRelease settings = obs_source_get_private_settings(scene);
 	obs_data_set_obj(settings, "quillbay", record);
 }

@@ -3,11 +3,8 @@
 
 #pragma once
 
-#include <QApplication>
-#include <QFile>
-#include <QString>
-#include <QTemporaryDir>
 #include <QtTest>
+#include <QtWidgets>
 
 #include "host/fake_frontend.hpp"
 

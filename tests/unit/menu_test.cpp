@@ -5,34 +5,13 @@
 
 #include "plugin/text.hpp"
 
-#include <QClipboard>
-#include <QListWidget>
-#include <QMenu>
-#include <QMessageBox>
-#include <QPushButton>
-#include <QSpinBox>
-
-#include <array>
-
 namespace quillbay::test {
 
 namespace {
 
 constexpr int kDay = 86'400'000;
-const QString kElsewhere = QStringLiteral("a scene of another collection");
+const QString kElsewhere = "a scene of another collection";
 const QString kMarked = QStringLiteral("x\u25c6[a] words");
-
-// Runs `work` in the menu or modal dialog that comes up next.
-template <typename Window, typename Work>
-void inNext(Work work)
-{
-	QTimer::singleShot(0, qApp, [work] {
-		QWidget *popup = QApplication::activePopupWidget();
-		auto *window = qobject_cast<Window *>(popup ? popup : QApplication::activeModalWidget());
-		QVERIFY(window);
-		work(*window);
-	});
-}
 
 } // namespace
 
@@ -42,12 +21,166 @@ class MenuTest : public QObject {
 private Q_SLOTS:
 	void init() { fixture = std::make_unique<DockFixture>(); }
 	void cleanup() { fixture.reset(); }
-	void entriesFollowTheState();
-	void entriesDoTheirWork();
-	void theWorldMayChangeWhileTheMenuIsOpen();
-	void choicesCountFromOkOn();
-	void onlyOldUnusedNotesAreEmptied();
-	void passesGoOnWhenTheyMay();
+
+	void entriesFollowTheState()
+	{
+		QGuiApplication::clipboard()->setText("clip");
+		const auto check = [this](const char *enabled) {
+			QString found;
+			inNext<QMenu>([&found](QMenu &menu) {
+				for (const QAction *action : menu.actions()) {
+					const QString key = action->objectName().mid(3) + ' ';
+					found += action->isSeparator() ? "| " : action->isEnabled() ? key : "";
+				}
+				menu.close();
+			});
+			fixture->dock->showEditorContextMenu(fixture->editor->cursorRect().center());
+			QCOMPARE(found.simplified(), enabled);
+		};
+		check("| Paste PastePlain | | BackupCurrent BackupAll RestoreBackup | About");
+		fixture->editor->insertCheckedText(kMarked);
+		fixture->select(2, 2);
+		check("Undo | Paste PastePlain SelectAll | DeleteMark | ConvertBasic ClearBody | "
+		      "BackupCurrent BackupAll RestoreBackup | About");
+		fixture->editor->selectAll();
+		check("Undo | Cut Copy Paste PastePlain Delete SelectAll | ConvertBasic ClearBody | "
+		      "BackupCurrent BackupAll RestoreBackup | About");
+		fixture->dock->setLocked(true);
+		check("| Copy SelectAll | | BackupCurrent BackupAll | About");
+		fixture->dock->setLocked(false);
+		fixture->dock->setRemoteEditing(true);
+		check("| Copy SelectAll | | BackupCurrent BackupAll | About");
+		fixture->dock->bindScene(nullptr);
+		check("| | | BackupAll | About");
+	}
+
+	void entriesDoTheirWork()
+	{
+		fixture->editor->insertCheckedText(kMarked);
+		choose("ctxDeleteMark", 3);
+		QCOMPARE(plain(), "x words");
+		QCOMPARE(fixture->editor->textCursor().position(), 1);
+		choose("ctxUndo");
+		choose("ctxRedo");
+		fixture->select(0, 2);
+		for (const char *name : {"ctxCut", "ctxPaste", "ctxPastePlain", "ctxSelectAll", "ctxCopy"}) {
+			choose(name);
+		}
+		QCOMPARE(QGuiApplication::clipboard()->text(), "x x words");
+		fixture->select(0, 4);
+		choose("ctxDelete");
+		QCOMPARE(plain(), "words");
+		QCOMPARE(answerDialogs({{.button = QMessageBox::Yes}}, [this] { choose("ctxClearBody"); }),
+			 QStringList(text("ClearBody") + u'|' + text("ClearBodyPrompt")));
+		QCOMPARE(plain(), "");
+		QCOMPARE(plain() + fixture->status(), text("SavedNote"));
+
+	void theWorldMayChangeWhileTheMenuIsOpen()
+	{
+		Dock *dock = fixture->dock.get();
+		const OBSSource other = addScene("Other", 0);
+		fixture->editor->insertCheckedText(kMarked);
+		choose("ctxUndo", 0, [dock] { dock->setLocked(true); });
+		dock->setLocked(false);
+		QCOMPARE(plain(), kMarked);
+		choose("ctxDeleteMark", 2, [dock, other] { dock->bindScene(other); });
+		fixture->editor->selectAll();
+		choose("ctxDelete", 0, [this, dock] { dock->bindScene(fixture->scene); });
+		QCOMPARE(plain(), kMarked);
+		QVERIFY(!isEmptied(other));
+		inNext<QMenu>([this](QMenu &) { fixture->dock.reset(); });
+		dock->showEditorContextMenu({1, 1});
+		QVERIFY2(!fixture->dock, "the host may end as well");
+	}
+
+	void choicesCountFromOkOn()
+	{
+		reopen(0, false, {kElsewhere});
+		const OBSSource old = addScene("Old", 40);
+		// A folder in the way: the choice cannot be saved, and must not be later.
+		QVERIFY(QFile::remove(fixture->settingsPath()) && QDir().mkdir(fixture->settingsPath()));
+		decide(9, "AutoClearSaveFailed");
+		QCOMPARE(delay(), -1);
+		QVERIFY(QDir().rmdir(fixture->settingsPath()));
+		fixture->dock->savePreferences();
+		QCOMPARE(saved("autoClear/days").toInt(), 0);
+		decide(30, nullptr);
+		QCOMPARE(delay(), 5000);
+		const QStringList both = saved("autoClear/scenes").toStringList();
+		QVERIFY(both.size() == 2 && both.contains(kElsewhere) && both.contains(uuidOf(old)));
+		decide(31, nullptr);
+		QCOMPARE(saved("autoClear/scenes").toStringList(), QStringList(kElsewhere));
+		reopen(0, false);
+		decide(31, nullptr);
+		decide(31, "AutoClearEmpty");
+		QCOMPARE(saved("autoClear/scenes").toStringList(), QStringList(uuidOf(old)));
+	}
+
+	void onlyOldUnusedNotesAreEmptied()
+	{
+		std::array<OBSSource, 9> scenes;
+		constexpr std::array<int, 9> kDaysOld{90, 90, 90, 90, 90, 90, 29, -300, 30};
+		for (std::size_t i = 0; i < scenes.size(); ++i) {
+			scenes[i] = addScene(QString::number(i), kDaysOld[i]);
+		}
+		const auto &[shown, program, preview, other, gone, damaged, young, future, old] = scenes;
+		QStringList chosen{kElsewhere};
+		for (const OBSSource &scene : scenes) {
+			chosen += scene == other ? QString() : uuidOf(scene);
+		}
+		frontend().currentScene = program;
+		frontend().previewScene = shown;
+		frontend().isStudioMode = true;
+		reopen(30, false, chosen);
+		frontend().previewScene = preview;
+		obs_source_remove(gone);
+		obs_source_set_name(old, "renamed");
+		QFile file(fixture->dock->store().filePath(damaged));
+		QVERIFY(file.open(QIODevice::ReadWrite | QIODevice::Truncate));
+		QVERIFY(file.setFileTime(QDateTime::currentDateTime().addDays(-90), QFileDevice::FileModificationTime));
+		file.close();
+		frontend().saves = 0;
+		pass();
+		for (const OBSSource &scene : {shown, program, preview, other, gone, young, future}) {
+			QVERIFY2(!isEmptied(scene), obs_source_get_name(scene));
+		}
+		QVERIFY(isEmptied(old));
+		QCOMPARE(frontend().saves, 1);
+		QCOMPARE(fixture->status(), text("AutoClearFailed").arg(5));
+		QVERIFY(!fixture->find<QLabel>("saveError")->isHidden());
+		reopen(29, true);
+		pass();
+		QVERIFY(isEmptied(young) && isEmptied(other) && !isEmptied(future));
+	}
+
+	void passesGoOnWhenTheyMay()
+	{
+		for (const char *days : {"36501", "0", "-3", "soon", "99999999999999"}) {
+			reopen(days, true);
+			QVERIFY2(delay() == -1 && step() == -1, days);
+		}
+		reopen(36'500, false);
+		QCOMPARE(delay(), -1);
+		reopen(30, true);
+		QCOMPARE(delay(), 5000);
+		QCOMPARE(step(), kDay);
+		const OBSSource first = addScene("First", 40);
+		const OBSSource second = addScene("Second", 40);
+		QMessageBox box(fixture->dock.get());
+		box.open();
+		QCOMPARE(step(), 60'000);
+		QVERIFY(!isEmptied(first));
+		box.reject();
+		QCOMPARE(step(), 25);
+		QVERIFY(isEmptied(first));
+		fixture->dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
+		QCOMPARE(step(), -1);
+		fixture->dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
+		QCOMPARE(delay(), 5000);
+		fixture->dock->shutdown();
+		QCOMPARE(step(), -1);
+		QVERIFY(!isEmptied(second));
+	}
 
 private:
 	// Opens the menu at a position of the note and triggers an entry once `change` has happened.
@@ -55,20 +188,49 @@ private:
 	{
 		inNext<QMenu>([name, change](QMenu &menu) {
 			change();
-			menu.findChild<QAction *>(QLatin1StringView(name))->trigger();
+			menu.findChild<QAction *>(name)->trigger();
 		});
 		QTextCursor cursor(fixture->editor->document());
 		cursor.setPosition(position);
 		fixture->dock->showEditorContextMenu(fixture->editor->cursorRect(cursor).center());
 	}
+	// Chooses the days, checks or unchecks the scene, and presses OK, which brings up the message, if there is one.
+	void decide(int days, const char *message) const
+	{
+		inNext<QDialog>([days, message](QDialog &dialog) {
+			dialog.findChild<QSpinBox *>()->setValue(days);
+			inNext<QDialog>([](QDialog &chooser) {
+				QListWidgetItem *item = chooser.findChild<QListWidget *>()->item(0);
+				item->setCheckState(item->checkState() ? Qt::Unchecked : Qt::Checked);
+				chooser.accept();
+			});
+			dialog.findChild<QPushButton *>("autoClearChoose")->click();
+			const QStringList said = answerDialogs({}, [&dialog] { dialog.accept(); });
+			QCOMPARE(said.size(), message ? 1 : 0);
+			QVERIFY(!message || said[0].endsWith(u'|' + text(message)));
+			QCOMPARE(dialog.isVisible(), message != nullptr);
+			dialog.reject();
+		});
+		fixture->dock->showAbout();
+	}
 	[[nodiscard]] QString plain() const { return fixture->editor->toPlainText(); }
-	void reopen(const QVariant &days, bool isAll, const QStringList &ids = {}) const;
-	OBSSource addScene(const QString &name, int daysOld) const;
+	void reopen(const QVariant &days, bool isAll, const QStringList &ids = {}) const
+	{
+		fixture->reopen({{"autoClear/days", days}, {"autoClear/all", isAll}, {"autoClear/scenes", ids}});
+	}
+	// A scene of the collection whose note was last written so many days ago.
+	OBSSource addScene(const QString &name, int daysOld) const
+	{
+		const OBSSource scene = makeScene(name).Get();
+		frontend().scenes.push_back(scene);
+		const QDateTime written = QDateTime::currentDateTimeUtc().addDays(-daysOld).addSecs(-60);
+		const bool isWritten = fixture->dock->store().write(scene, {"words"}, nullptr, written);
+		return isWritten && fixture->dock->store().takeReferenceChanges() ? scene : OBSSource();
+	}
 	[[nodiscard]] bool isEmptied(obs_source_t *scene) const { return fixture->dock->store().read(scene).isEmpty(); }
-	[[nodiscard]] QString path() const { return fixture->folder.filePath(QStringLiteral("settings.ini")); }
 	[[nodiscard]] QVariant saved(const char *key) const
 	{
-		return QSettings(path(), QSettings::IniFormat).value(key);
+		return QSettings(fixture->settingsPath(), QSettings::IniFormat).value(key);
 	}
 	// The auto-clear timer's interval, or -1 while it stands still.
 	[[nodiscard]] int delay() const
@@ -82,235 +244,17 @@ private:
 		fixture->dock->clearExpiredNotes();
 		return delay();
 	}
+	void pass() const
+	{
+		while (step() != kDay) {
+			QCOMPARE(delay(), 25);
+		}
+	}
 
 	std::unique_ptr<DockFixture> fixture;
 };
 
-// The dock anew, on these settings.
-void MenuTest::reopen(const QVariant &days, bool isAll, const QStringList &ids) const
-{
-	fixture->dock.reset();
-	QSettings settings(path(), QSettings::IniFormat);
-	settings.setValue("autoClear/days", days);
-	settings.setValue("autoClear/all", isAll);
-	settings.setValue("autoClear/scenes", ids);
-	fixture->dock = std::make_unique<Dock>(path());
-	fixture->dock->frontendEvent(OBS_FRONTEND_EVENT_FINISHED_LOADING);
-}
-
-// A scene of the collection whose note was last written so many days ago.
-OBSSource MenuTest::addScene(const QString &name, int daysOld) const
-{
-	const OBSSource scene = makeScene(name).Get();
-	frontend().scenes.push_back(scene);
-	const QDateTime written = QDateTime::currentDateTimeUtc().addDays(-daysOld).addSecs(-60);
-	const bool isWritten = fixture->dock->store().write(scene, {QStringLiteral("words")}, nullptr, written);
-	return isWritten && fixture->dock->store().takeReferenceChanges() ? scene : OBSSource();
-}
-
-void MenuTest::entriesFollowTheState()
-{
-	QGuiApplication::clipboard()->setText(QStringLiteral("clip"));
-	const auto check = [this](const char *enabled) {
-		QString found;
-		inNext<QMenu>([&found](QMenu &menu) {
-			for (const QAction *action : menu.actions()) {
-				const QString key = action->objectName().mid(3);
-				found += action->isSeparator() ? QStringLiteral("| ")
-					 : action->isEnabled() ? key + QLatin1Char(' ')
-							       : QString();
-			}
-			menu.close();
-		});
-		fixture->dock->showEditorContextMenu(fixture->editor->cursorRect().center());
-		QCOMPARE(found.simplified(), QLatin1StringView(enabled));
-	};
-	check("| Paste PastePlain | | BackupCurrent BackupAll RestoreBackup | About");
-	fixture->editor->insertCheckedText(kMarked);
-	fixture->select(2, 2);
-	check("Undo | Paste PastePlain SelectAll | DeleteMark | ConvertBasic ClearBody | "
-	      "BackupCurrent BackupAll RestoreBackup | About");
-	fixture->editor->selectAll();
-	check("Undo | Cut Copy Paste PastePlain Delete SelectAll | ConvertBasic ClearBody | "
-	      "BackupCurrent BackupAll RestoreBackup | About");
-	fixture->dock->setLocked(true);
-	check("| Copy SelectAll | | BackupCurrent BackupAll | About");
-	fixture->dock->setLocked(false);
-	fixture->dock->setRemoteEditing(true);
-	check("| Copy SelectAll | | BackupCurrent BackupAll | About");
-	fixture->dock->bindScene(nullptr);
-	check("| | | BackupAll | About");
-}
-
-void MenuTest::entriesDoTheirWork()
-{
-	fixture->editor->insertCheckedText(kMarked);
-	choose("ctxDeleteMark", 3);
-	QCOMPARE(plain(), QStringLiteral("x words"));
-	QCOMPARE(fixture->editor->textCursor().position(), 1);
-	choose("ctxUndo");
-	choose("ctxRedo");
-	fixture->select(0, 2);
-	choose("ctxCut");
-	choose("ctxPaste");
-	choose("ctxPastePlain");
-	choose("ctxSelectAll");
-	choose("ctxCopy");
-	QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("x x words"));
-	fixture->select(0, 4);
-	choose("ctxDelete");
-	QCOMPARE(plain(), QStringLiteral("words"));
-	QTimer::singleShot(100, qApp, [] {
-		auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-		QCOMPARE(box ? box->text() : QString(), text("ClearBodyPrompt"));
-		box->button(QMessageBox::Yes)->click();
-	});
-	choose("ctxClearBody");
-	QCOMPARE(plain() + fixture->status(), text("SavedNote"));
-}
-
-void MenuTest::theWorldMayChangeWhileTheMenuIsOpen()
-{
-	Dock *dock = fixture->dock.get();
-	const OBSSource other = addScene(QStringLiteral("Other"), 0);
-	fixture->editor->insertCheckedText(kMarked);
-	choose("ctxUndo", 0, [dock] { dock->setLocked(true); });
-	dock->setLocked(false);
-	QCOMPARE(plain(), kMarked);
-	choose("ctxDeleteMark", 2, [dock, other] { dock->bindScene(other); });
-	fixture->editor->selectAll();
-	choose("ctxDelete", 0, [this, dock] { dock->bindScene(fixture->scene); });
-	QCOMPARE(plain(), kMarked);
-	QVERIFY(!isEmptied(other));
-	inNext<QMenu>([this](QMenu &) { fixture->dock.reset(); });
-	dock->showEditorContextMenu({1, 1});
-	QVERIFY2(!fixture->dock, "the host may end as well");
-}
-
-void MenuTest::choicesCountFromOkOn()
-{
-	reopen(0, false, {kElsewhere});
-	const OBSSource old = addScene(QStringLiteral("Old"), 40);
-	// Chooses the days, checks or unchecks the scene, and presses OK, which brings up the message, if there is one.
-	const auto decide = [this](int days, const char *message) {
-		inNext<QDialog>([days, message](QDialog &dialog) {
-			for (const QLabel *label : dialog.findChildren<QLabel *>()) {
-				QVERIFY2(label->height() >= label->heightForWidth(label->width()), "cut off");
-			}
-			dialog.findChild<QSpinBox *>()->setValue(days);
-			inNext<QDialog>([](QDialog &chooser) {
-				QListWidgetItem *item = chooser.findChild<QListWidget *>()->item(0);
-				item->setCheckState(item->checkState() ? Qt::Unchecked : Qt::Checked);
-				chooser.accept();
-			});
-			dialog.findChild<QPushButton *>(QStringLiteral("autoClearChoose"))->click();
-			if (message) {
-				inNext<QMessageBox>([message](QMessageBox &box) {
-					QCOMPARE(box.text(), text(message));
-					box.reject();
-				});
-			}
-			dialog.accept();
-			QCOMPARE(dialog.isVisible(), message != nullptr);
-			dialog.reject();
-		});
-		fixture->dock->showAbout();
-	};
-	// A folder in the way: the choice cannot be saved, and must not be later.
-	QVERIFY(QFile::remove(path()) && QDir().mkdir(path()));
-	decide(9, "AutoClearSaveFailed");
-	QCOMPARE(delay(), -1);
-	QVERIFY(QDir().rmdir(path()));
-	fixture->dock->savePreferences();
-	QCOMPARE(saved("autoClear/days").toInt(), 0);
-	decide(30, nullptr);
-	QCOMPARE(delay(), 5000);
-	const QStringList both = saved("autoClear/scenes").toStringList();
-	QVERIFY(both.size() == 2 && both.contains(kElsewhere) && both.contains(uuidOf(old)));
-	decide(31, nullptr);
-	QCOMPARE(saved("autoClear/scenes").toStringList(), QStringList(kElsewhere));
-	reopen(0, false);
-	decide(31, nullptr);
-	decide(31, "AutoClearEmpty");
-	QCOMPARE(saved("autoClear/scenes").toStringList(), QStringList(uuidOf(old)));
-}
-
-void MenuTest::onlyOldUnusedNotesAreEmptied()
-{
-	std::array<OBSSource, 9> scenes;
-	constexpr std::array<int, 9> kDaysOld{90, 90, 90, 90, 90, 90, 29, -300, 30};
-	for (std::size_t i = 0; i < scenes.size(); ++i) {
-		scenes[i] = addScene(QString::number(i), kDaysOld[i]);
-	}
-	const auto &[shown, program, preview, other, gone, damaged, young, future, old] = scenes;
-	QStringList chosen{kElsewhere};
-	for (const OBSSource &scene : scenes) {
-		chosen += scene == other ? QString() : uuidOf(scene);
-	}
-	frontend().currentScene = program;
-	frontend().previewScene = shown;
-	frontend().isStudioMode = true;
-	reopen(30, false, chosen);
-	frontend().previewScene = preview;
-	obs_source_remove(gone);
-	obs_source_set_name(old, "renamed");
-	QFile file(fixture->dock->store().filePath(damaged));
-	QVERIFY(file.open(QIODevice::ReadWrite | QIODevice::Truncate));
-	QVERIFY(file.setFileTime(QDateTime::currentDateTime().addDays(-90), QFileDevice::FileModificationTime));
-	file.close();
-	frontend().saves = 0;
-	const auto pass = [this] {
-		while (step() != kDay) {
-			QCOMPARE(delay(), 25);
-		}
-	};
-	pass();
-	for (const OBSSource &scene : {shown, program, preview, other, gone, young, future}) {
-		QVERIFY2(!isEmptied(scene), obs_source_get_name(scene));
-	}
-	QVERIFY(isEmptied(old));
-	QCOMPARE(frontend().saves, 1);
-	QCOMPARE(fixture->status(), text("AutoClearFailed").arg(5));
-	QVERIFY(!fixture->find<QLabel>("saveError")->isHidden());
-	reopen(29, true);
-	pass();
-	QVERIFY(isEmptied(young) && isEmptied(other) && !isEmptied(future));
-}
-
-void MenuTest::passesGoOnWhenTheyMay()
-{
-	for (const char *days : {"36501", "0", "-3", "soon", "99999999999999"}) {
-		reopen(QLatin1StringView(days), true);
-		QVERIFY2(delay() == -1 && step() == -1, days);
-	}
-	reopen(36'500, false);
-	QCOMPARE(delay(), -1);
-	reopen(30, true);
-	QCOMPARE(delay(), 5000);
-	QCOMPARE(step(), kDay);
-	const OBSSource first = addScene(QStringLiteral("First"), 40);
-	const OBSSource second = addScene(QStringLiteral("Second"), 40);
-	QMessageBox box(fixture->dock.get());
-	box.open();
-	QCOMPARE(step(), 60'000);
-	QVERIFY(!isEmptied(first));
-	box.reject();
-	QCOMPARE(step(), 25);
-	QVERIFY(isEmptied(first));
-	fixture->dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
-	QCOMPARE(step(), -1);
-	fixture->dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
-	QCOMPARE(delay(), 5000);
-	fixture->dock->shutdown();
-	QCOMPARE(step(), -1);
-	QVERIFY(!isEmptied(second));
-}
-
 } // namespace quillbay::test
 
-int main(int argc, char *argv[])
-{
-	return quillbay::test::run<quillbay::test::MenuTest>(argc, argv);
-}
-
+QUILLBAY_TEST_MAIN(quillbay::test::MenuTest)
 #include "menu_test.moc"
