@@ -9,102 +9,84 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
-import { after, before, describe, test } from 'node:test';
+import { after, before, test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { waitFor } from './host.mjs';
 import { Studio, text } from './studio.mjs';
 
 const kills = Number(process.env.QUILLBAY_KILLS ?? 6);
 const dock = '.quillbay::Dock';
+const scenes = Array.from({ length: 20 }, (_, i) => `Scene ${i}`);
 
-describe('notes in a backup', () => {
-	const scenes = Array.from({ length: 20 }, (_, i) => `Scene ${i}`);
-	let studio;
-	let archive;
-	before(async () => {
-		studio = await Studio.open(scenes);
-		archive = path.join(studio.home, 'all.zip');
+let studio;
+let archive;
+before(async () => {
+	studio = await Studio.open(scenes);
+	archive = path.join(studio.home, 'all.zip');
+});
+after(() => studio?.kill());
+
+const backUp = () => studio.chooseFile(archive, dock, 'backup', true);
+
+async function restore() {
+	await studio.chooseFile(archive, dock, 'restoreBackup');
+	return studio.agree();
+}
+
+async function restart() {
+	await studio.kill();
+	await studio.restart();
+	await studio.show(scenes[0]);
+}
+
+function notes() {
+	const files = fs.readdirSync(studio.notesFolder).filter((file) => file.endsWith('.json'));
+	return new Map(files.sort().map((file) => [file, fs.readFileSync(path.join(studio.notesFolder, file), 'utf8')]));
+}
+
+test('notes come back as they were', async () => {
+	for (const scene of scenes) {
+		await studio.plant(scene, `<p>first of ${scene}</p>${'<!-- first -->'.repeat(20_000)}`);
+	}
+	const before = notes();
+	await studio.show(scenes[0]);
+	await backUp();
+	await studio.waitForStatus('BackupSaved');
+	fs.rmSync(studio.notesFolder, { recursive: true });
+	await restart();
+	const stall = await studio.longestStall(async () => {
+		assert.equal(await restore(), text('RestorePrompt').replace('%1', scenes.length).replace('%2', 0));
+		await studio.waitForStatus('RestoreResult', scenes.length, 0);
 	});
-	after(() => studio?.kill());
+	assert.ok(stall < 500, `the window stood still for ${stall} ms`);
+	assert.deepEqual(notes(), before);
+	assert.equal(await studio.plain(), 'first of Scene 0');
+});
 
-	/** Runs a command of the dock that asks for a file. */
-	async function runOnArchive(...command) {
-		await studio.invoke(dock, ...command);
-		await waitFor('the file dialog', () => studio.ask('exists', { object: '@modal fileNameEdit' }));
-		await studio.set('@modal fileNameEdit', 'text', archive);
-		await studio.invoke('@modal', 'accept');
-	}
-
-	const backUp = () => runOnArchive('backup', true);
-
-	async function restore() {
-		await runOnArchive('restoreBackup');
-		await waitFor('the question', () => studio.ask('exists', { object: '@modal qt_msgbox_label' }));
-		const question = await studio.get('@modal', 'text');
-		await studio.invoke('@modal .QPushButton', 'click');
-		return question;
-	}
-
-	async function restart() {
-		await studio.kill();
-		await studio.start();
-		await studio.openDock();
-		await studio.show(scenes[0]);
-	}
-
-	function notes() {
-		const files = fs.readdirSync(studio.notesFolder).filter((file) => file.endsWith('.json'));
-		return new Map(files.sort().map((file) => [file, fs.readFileSync(path.join(studio.notesFolder, file), 'utf8')]));
-	}
-
-	test('come back as they were', async () => {
-		for (const scene of scenes) {
-			await studio.plant(scene, `<p>first of ${scene}</p>${'<!-- first -->'.repeat(20_000)}`);
-		}
-		await studio.ask('save');
-		const before = notes();
-		await studio.show(scenes[0]);
-		await backUp();
-		await waitFor('the backup', async () => (await studio.status()) === text('BackupSaved'));
-		execFileSync('unzip', ['-tqq', archive]);
-		fs.rmSync(studio.notesFolder, { recursive: true });
-		await restart();
-		const stall = await studio.longestStall(async () => {
-			const question = await restore();
-			assert.equal(question, text('RestorePrompt').replace('%1', scenes.length).replace('%2', 0));
-			const result = text('RestoreResult').replace('%1', scenes.length).replace('%2', 0);
-			await waitFor('the notes', async () => (await studio.status()) === result);
-		});
-		assert.ok(stall < 500, `the window stood still for ${stall} ms`);
-		assert.deepEqual(notes(), before);
-		assert.equal(await studio.plain(), 'first of Scene 0');
-	});
-
-	test(`are whole, old or new, after each of ${kills} kills`, async () => {
-		for (let round = 0; round < kills; round++) {
-			fs.rmSync(archive, { force: true });
-			await backUp();
-			await sleep(Math.random() * 150);
-			await restart();
-			if (fs.existsSync(archive)) {
-				execFileSync('unzip', ['-tqq', archive]);
-			}
-		}
+test(`the archive and the notes are whole, old or new, after each of ${kills} kills`, async () => {
+	for (let round = 0; round < kills; round++) {
 		fs.rmSync(archive, { force: true });
 		await backUp();
-		await waitFor('the backup', () => fs.existsSync(archive));
-		const saved = [...notes()];
-		for (let round = 0; round < kills; round++) {
-			const edited = saved.map(([file, note]) => [file, note.replaceAll('first', 'other')]);
-			edited.forEach(([file, note]) => fs.writeFileSync(path.join(studio.notesFolder, file), note));
-			await waitFor('the dialog is gone', async () => !(await studio.ask('exists', { object: '@modal' })));
-			await restore();
-			await sleep(Math.random() * 100);
-			await studio.kill();
-			const found = notes();
-			assert.equal(found.size, saved.length);
-			saved.forEach(([file, note], i) => assert.ok([note, edited[i][1]].includes(found.get(file)), file));
-			await restart();
+		await sleep(Math.random() * 150);
+		await restart();
+		if (fs.existsSync(archive)) {
+			execFileSync('unzip', ['-tqq', archive]);
 		}
-	});
+	}
+	fs.rmSync(archive, { force: true });
+	await backUp();
+	await waitFor('the backup', () => fs.existsSync(archive));
+	const saved = [...notes()];
+	for (let round = 0; round < kills; round++) {
+		const edited = saved.map(([file, note]) => [file, note.replaceAll('first', 'other')]);
+		edited.forEach(([file, note]) => fs.writeFileSync(path.join(studio.notesFolder, file), note));
+		await studio.waitForNoDialog();
+		await restore();
+		await sleep(Math.random() * 100);
+		await studio.kill();
+		const found = notes();
+		assert.equal(found.size, saved.length);
+		saved.forEach(([file, note], i) => assert.ok([note, edited[i][1]].includes(found.get(file)), file));
+		await restart();
+	}
 });
