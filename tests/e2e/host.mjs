@@ -138,8 +138,9 @@ export class Host {
 		this.log = '';
 		const obs = ['obs', '--multi', '--disable-shutdown-check', '--disable-missing-files-check'];
 		display ??= openDisplay();
-		const env = { ...process.env, ...(await display), XDG_RUNTIME_DIR: path.join(this.home, 'run'), ...this.env };
-		Object.assign(env, { HOME: this.home, XDG_CONFIG_HOME: undefined });
+		const run = path.join(this.home, 'run');
+		const folders = { HOME: this.home, XDG_CONFIG_HOME: undefined, XDG_RUNTIME_DIR: run, TMPDIR: run };
+		const env = { ...process.env, ...(await display), ...folders, ...this.env };
 		const command = [...this.wrap(this), ...withoutPrivileges(), ...obs];
 		this.process = start(command, { stdio: ['ignore', 'pipe', 'pipe'], env });
 		this.ended = once(this.process, 'close');

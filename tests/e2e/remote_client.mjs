@@ -45,10 +45,11 @@ export class Client {
 		}
 	}
 
-	/** Takes the note as it is now, if nobody else has it. */
-	async acquire(scene) {
+	/** Takes the note as it is now, if nobody else has it; `replace` is for an upload. */
+	async acquire(scene, replace = false) {
 		const { epoch, revision, ...seen } = await this.ask('GetDocument', { scene });
-		return seen.ok ? this.ask('AcquireEdit', { scene, epoch, revision }) : seen;
+		const lease = { scene, epoch, revision, replace };
+		return seen.ok ? { ...lease, ...(await this.ask('AcquireEdit', lease)) } : seen;
 	}
 
 	/** Saves the note that `acquire` or an earlier save has answered, with `word` before its text. */
