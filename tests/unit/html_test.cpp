@@ -59,7 +59,6 @@ QColor shownColor(const QString &source)
 	document.drawContents(&painter);
 	return canvas.pixelColor(20, 20);
 }
-
 } // namespace
 
 class HtmlTest : public QObject {
@@ -76,35 +75,22 @@ private Q_SLOTS:
 		};
 		const QString paragraphs = times(20'000, "<p>line</p>");
 		check("nested tables", times(14, "<table><tr><td>"));
-		check("much text in nested tables", times(6, "<table><tr><td>") + QString(190'000, u'x'));
 		check("many cells", "<table>" + times(20'000, "<tr><td>a<td>b") + "</table>");
-		check("wide cells", "<table>" + times(20, "<tr><td colspan=5000>x"));
 		check("spans of spans", "<table>" + times(300, "<tr><td rowspan=100000>x"));
 		check("nested blocks", times(10'000, "<div>"));
-		check("names in disguise", times(10'000, "<span></\u017fpan><i></\u0130>"));
-		check("unclosed formatting", times(10'000, "<b><i><u>x"));
 		check("a long word", QString(200'001, u'x'));
 		check("runs", times(200'000, "<span style='color:#%1'>x</span>"));
-		check("runs of one paragraph", "<p>" + times(100'000, "<span style=\"color:#%1\">x</span>"));
 		check("rules in rules", "<style>" + times(60, ".b .a{color:red}") + "</style>" +
 						times(50, "<div class=a>") + times(1500, "<p class=a>x</p>"));
-		check("rules behind a comment",
-		      "<style>/*{*/" + times(500, "*,") + "*{color:red}</style>" + paragraphs);
 		check("a long list", "<ul>" + times(20'000, "<li>x") + "</ul>");
-		check("floats", times(1000, "<img src=x style='float:left'>"));
 		check("floats by rule", "<style>img{f\\6coat:left}</style>" + times(1000, "<img src=x>"));
 		check("sibling rules", "<style>p ~ b {color:red}</style>" + paragraphs);
-		check("many rules", "<style>" + times(500, "*{color:red}") + "</style>" + paragraphs);
 		check("rules read again", "<style>" + times(3000, "a{color:red}") + times(2000, "</x>"));
-		check("rules for one class", "<style>" + times(300, ".x{border:1px;margin:0;color:red}") + "</style>" +
-						     times(2000, "<p class=x>x"));
-		check("a long style", "<p style=\"" + times(20'000, "border:1px;") + "\">");
 		check("a stroke of dashes", "<p style=\"-qt-stroke-dasharray:0.0001,0.0001\">x");
 		check("bidirectional text in tables", times(3, "<table><tr><td>") + QString(190'000, QChar(0x5d0)));
 		check("fonts", times(5000, "<p style=\"font-family:'f%1'\">x"));
 		check("empty elements", times(1'000'000, "<b>") + times(1'000'000, "</b>"));
 		check("attributes", "<p " + times(2'000'000, "a=b ") + ">");
-		check("attributes of many elements", times(120'000, "<b a b c>"));
 		check("white space", QString(70'000'000, u' '));
 		check("a fragment in a comment", "<x a=\"<!--StartFragment-->" + times(14, "<table><tr><td>"));
 	}
@@ -120,19 +106,12 @@ private Q_SLOTS:
 		check("Word", "<html><head><!--[if gte mso 9]><xml><w:LatentStyles>" +
 				      times(376, "<w:LsdException Name=\"%1\"/>") + "</xml><![endif]--><style><!--" +
 				      times(120, style) + "--></style></head><body>" + QString(run).repeated(1500));
-		check("a long text of Word",
-		      "<style><!--" + times(130, style) + "--></style>" +
-			      times(4000, "<p class=MsoNormal><span>lorem</span> <b>ips</b></p>"));
 		check("a styled page of the web", "<style>" + times(500, ".nav%1 .x > li a:hover, .b%1{color:red}") +
 							  "</style>" + times(8, "<div class=\"a b\">") +
 							  times(1500, "<p class=q>lorem <b>ips</b></p>"));
-		check("a mail", times(6, "<table width=600 cellpadding=0><tr><td align=center>") +
-					times(40, "<p>A line of a newsletter.</p>"));
-		check("nested lists", times(8, "<ul><li>item</li><li>item") + times(8, "</li></ul>"));
 		check("a page with optional tags left out", times(3000, "<p>one<br>two") + "<ul>" +
 								    times(500, "<li>x") + "<table>" +
 								    times(60, "<tr><td>a<td>b"));
-		check("code", "<pre>" + times(150, "<span style=\"color:#00f\">if</span> (a &lt; b) {\n") + "</pre>");
 		check("a large picture", "<img src=\"data:image/png;base64," + QString(40'000'000, u'A') + "\">");
 		QTextDocument note;
 		QTextCursor cursor(&note);
@@ -158,7 +137,6 @@ private Q_SLOTS:
 		check("all characters in all paragraphs", savedText(line.repeated(20'000).chopped(1)), true);
 		check("a character too many", savedText(line.repeated(20'000)), false);
 		check("a paragraph too many", savedText(QString(20'000, u'\n')), false);
-		check("empty paragraphs", savedText(QString(19'999, u'\n')), true);
 		check("the longest paragraph", savedText(QString(10'000, u'<')), true);
 		check("a longer paragraph", savedText(QString(10'001, u'<')), false);
 		QTextDocument formatted;
@@ -275,7 +253,6 @@ private Q_SLOTS:
 		QVERIFY(document.size().height() < 2 * NoteDocument::kMaxShownSide);
 	}
 };
-
 } // namespace quillbay::test
 
 QTEST_MAIN(quillbay::test::HtmlTest)

@@ -27,18 +27,13 @@ QIcon blueIcon(int value)
 	return makeIcon(Icon(value), paletteOf(Qt::blue));
 }
 
-QImage draw(const QIcon &icon, int side, QIcon::Mode mode = QIcon::Normal, QIcon::State state = QIcon::Off)
+QImage draw(const QIcon &icon, int side, QIcon::Mode mode = QIcon::Normal)
 {
 	QImage image(side, side, QImage::Format_ARGB32);
 	image.fill(Qt::transparent);
 	QPainter painter(&image);
-	icon.paint(&painter, image.rect(), Qt::AlignCenter, mode, state);
+	icon.paint(&painter, image.rect(), Qt::AlignCenter, mode);
 	return image;
-}
-
-QImage draw(int value, int side, QIcon::State state = QIcon::Off)
-{
-	return draw(blueIcon(value), side, QIcon::Normal, state);
 }
 
 /// The smallest rectangle around the pixels that are not transparent, and the highest alpha among them.
@@ -56,7 +51,6 @@ struct Ink {
 		}
 	}
 };
-
 } // namespace
 
 class IconsTest : public QObject {
@@ -67,7 +61,7 @@ private Q_SLOTS:
 	{
 		QList<QImage> seen;
 		for (int value = 0; value < kIconCount; ++value) {
-			const QImage image = draw(value, 240);
+			const QImage image = draw(blueIcon(value), 240);
 			const QRect ink = Ink(image).bounds;
 			const QPoint offCenter = ink.topLeft() + ink.bottomRight() - QPoint(239, 239);
 			QVERIFY2(offCenter.manhattanLength() <= 2, qPrintable(QString::number(value)));
@@ -75,8 +69,7 @@ private Q_SLOTS:
 			QVERIFY2(!seen.contains(image), qPrintable(QString::number(value)));
 			seen.append(image);
 		}
-		QCOMPARE(Ink(draw(-1, 24)).alpha, 0);
-		QCOMPARE(Ink(draw(kIconCount, 24)).alpha, 0);
+		QCOMPARE(Ink(draw(blueIcon(kIconCount), 24)).alpha, 0);
 	}
 
 	void disabledIsPalerEvenWhereStrokesCross()
@@ -86,13 +79,6 @@ private Q_SLOTS:
 		}
 		const QIcon faint = makeIcon(Icon::Pause, paletteOf(QColor(0, 0, 0, 80)));
 		QCOMPARE(Ink(draw(faint, 96, QIcon::Disabled)).alpha, 80);
-	}
-
-	void onlyThePadlockShowsTheState()
-	{
-		for (int value = 0; value < kIconCount; ++value) {
-			QCOMPARE(draw(value, 48, QIcon::On) == draw(value, 48), Icon(value) != Icon::Read);
-		}
 	}
 };
 
