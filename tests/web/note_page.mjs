@@ -49,20 +49,24 @@ export function usePage() {
 	});
 	use.inPage = (work, argument) => use.page.evaluate(work, argument);
 	use.text = () => use.inPage(() => note.documentText(root));
+	use.brief = async (look) => brief(await use.inPage(() => note.serialize(root)), look);
+	use.marks = () => use.inPage(() => [...root.querySelectorAll('[data-mark]')].map((mark) => mark.textContent));
 	use.noFailures = () => assert.deepEqual(use.failures, []);
 	return use;
 }
 
 /** What blocks and runs have where nothing else is said. */
-export const plain = { align: 1, indent: 0, list: 0, listIndent: 1, listGroup: 0, listStart: 1 };
-export const unset = {
-	weight: 400,
-	italic: false,
-	underline: false,
-	strike: false,
-	size: 0,
-	family: '',
-	color: '',
-	background: '',
-};
-export const arial = { ...unset, size: 12, family: 'Arial' };
+const plain = { align: 1, indent: 0, list: 0, listIndent: 1, listGroup: 0, listStart: 1 };
+const plainRun = { weight: 400, italic: false, underline: false, strike: false, color: '', background: '' };
+export const unset = { ...plainRun, size: 0, family: '' };
+export const arial = { ...plainRun, size: 12, family: 'Arial' };
+
+/** A document in a line: what its blocks (between " / ") and runs (between "|") have besides their text. */
+export function brief({ blocks }, look = arial) {
+	const besides = (format, usual) => {
+		const keys = Object.keys({ ...usual, ...format }).filter((key) => format[key] !== usual[key]);
+		return keys.length ? `{${keys.map((key) => `${key} ${format[key]}`).join(', ')}}` : '';
+	};
+	const runOf = ({ text, ...format }) => text + besides(format, look);
+	return blocks.map(({ runs, ...format }) => besides(format, plain) + runs.map(runOf).join('|')).join(' / ');
+}
