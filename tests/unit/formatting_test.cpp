@@ -159,6 +159,7 @@ private:
 	std::unique_ptr<DockFixture> fixture;
 	Editor *editor = nullptr;
 };
+
 } // namespace quillbay::test
 
 QUILLBAY_TEST_MAIN(quillbay::test::FormattingTest)

@@ -5,12 +5,15 @@
 
 #include "notes/limits.hpp"
 #include "notes/note_file.hpp"
+#include "notes/note_store.hpp"
 #include "plugin/text.hpp"
 
 #include <QDirIterator>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+
+#include <sys/stat.h>
 
 namespace quillbay::test {
 
@@ -31,6 +34,14 @@ class NotesTest : public QObject {
 	Q_OBJECT
 
 private Q_SLOTS:
+	void init()
+	{
+		removeScenes();
+		folder = std::make_unique<QTemporaryDir>();
+		store = std::make_unique<NoteStore>(folder->path() + "//x/../notes/");
+		QCOMPARE(store->folder(), folder->path() + "/notes");
+	}
+
 	void fileNames()
 	{
 		const auto check = [](const char *scene, const char *expected) {
@@ -121,8 +132,7 @@ private Q_SLOTS:
 
 	void savingIsAllOrNothing()
 	{
-		const QTemporaryDir folder;
-		const QString path = folder.filePath("deep/er/note.json");
+		const QString path = folder->filePath("deep/er/note.json");
 		const QDateTime modified = QDateTime::fromSecsSinceEpoch(1'500'000'000);
 		QString error;
 		QVERIFY(saveNoteFile(path, "one", error, modified));
@@ -162,7 +172,134 @@ private Q_SLOTS:
 		}
 		QVERIFY2(unused.isEmpty(), qPrintable(QStringList(unused.cbegin(), unused.cend()).join(u' ')));
 	}
+
+	void namesNeverCollide()
+	{
+		const OBSSourceAutoRelease first = makeScene("Intro");
+		const OBSSourceAutoRelease second = makeScene("intro");
+		QVERIFY(!store->takeReferenceChanges());
+		QVERIFY(store->write(first, {"one"}));
+		QVERIFY(store->write(second, {"two"}));
+		QVERIFY(store->takeReferenceChanges() && !store->takeReferenceChanges());
+		QCOMPARE(files(), QStringList({"Intro.json", "intro_2.json"}));
+		QCOMPARE(store->read(first), "one");
+		QCOMPARE(recordOf(second, "file"), "intro_2.json");
+
+		QVERIFY(store->write(first, {"three"}));
+		QVERIFY2(!store->takeReferenceChanges(), "the record is as it was");
+		QCOMPARE(store->destination("Intro", path("Intro.json"), {"intro.json"}), path("Intro_3.json"));
+		writeFile(path(".hidden.json"), "x");
+		QCOMPARE(store->destination(".hidden", {}, {}), path(".hidden_2.json"));
+	}
+
+	void hostileRecordsAreNoFile()
+	{
+		const OBSSourceAutoRelease scene = makeScene("Intro");
+		for (const char *file : {"", "../x.json", "a\\b.json", "note.txt", "/etc/x.json", "sub/x.json", ".."}) {
+			setRecord(scene, uuidOf(scene), file, "Intro");
+			QCOMPARE(store->filePath(scene), QString());
+		}
+		QVERIFY(store->write(scene, {QStringLiteral("one")}));
+		QCOMPARE(store->filePath(scene), path("Intro.json"));
+	}
+
+	void unreadableNotesSayWhy()
+	{
+		const OBSSourceAutoRelease scene = makeScene("Intro");
+		const OBSSourceAutoRelease other = makeScene("Other");
+		QVERIFY(store->write(other, {"two"}) && store->write(scene, {"one"}));
+		const QString file = path("Intro.json");
+		const auto check = [&](const char *key, const std::function<void()> &spoil) {
+			QVERIFY(QFile::remove(file));
+			spoil();
+			QString error;
+			QCOMPARE(store->read(scene, &error), QString());
+			const bool namesFile = qstrcmp(key, "FileReadFailed") == 0;
+			QCOMPARE(error, *key == 0 ? QString() : text(key) + (namesFile ? file : QString()));
+			QFile::remove(file) || QDir().rmdir(file);
+			writeFile(file, "x");
+		};
+		check("", [] {});
+		check("FileReadFailed", [&] { QVERIFY(QFile::link(path("Other.json"), file)); });
+		check("FileReadFailed", [&] { QVERIFY(QDir().mkdir(file)); });
+		check("FileReadFailed", [&] { QCOMPARE(mkfifo(QFile::encodeName(file).constData(), 0600), 0); });
+		check("BackupTooLarge", [&] { writeFile(file, QByteArray(kMaxNoteBytes + 1, ' ')); });
+		check("BackupInvalid", [&] { writeFile(file, "{\"format\""); });
+		check("NoteSceneMismatch", [&] { QVERIFY(QFile::copy(path("Other.json"), file)); });
+	}
+
+	void aFailedWriteChangesNothing()
+	{
+		const OBSSourceAutoRelease scene = makeScene("Intro");
+		QVERIFY(store->write(scene, {"one"}));
+		store->takeReferenceChanges();
+		QString error;
+		QVERIFY(!store->write(nullptr, {}, &error));
+		QCOMPARE(error, text("SelectScene"));
+
+		setRecord(scene, uuidOf(scene), "Link.json", "Intro");
+		QVERIFY(QFile::link(path("Intro.json"), path("Link.json")));
+		QVERIFY(!store->write(scene, {"two"}, &error));
+		QCOMPARE(error, text("NoteSaveFailed"));
+		QCOMPARE(recordOf(scene, "file"), "Link.json");
+		QVERIFY(readFile(path("Intro.json")).contains("one"));
+
+		QVERIFY(!store->takeReferenceChanges());
+	}
+
+	void clearingByAge()
+	{
+		const OBSSourceAutoRelease scene = makeScene("Intro");
+		const QDateTime written = QDateTime::fromSecsSinceEpoch(1'600'000'000);
+		QVERIFY(store->write(scene, {"one"}, nullptr, written));
+		QVERIFY(!store->clearExpired(scene, {}));
+		QVERIFY(!store->clearExpired(scene, written.addSecs(-1)));
+		QCOMPARE(store->read(scene), "one");
+		QVERIFY(store->clearExpired(scene, written));
+		QCOMPARE(store->read(scene), QString());
+	}
+
+	void aGoneScenesNoteFindsItsFile()
+	{
+		const OBSSourceAutoRelease other = makeScene("Other");
+		QVERIFY(store->write(other, {"theirs"}));
+		NoteTarget target{"0a8f2f5e-5a35-4d7c-9f0f-0f6c2a4b7c11", "Other", {}, {}};
+		target.path = path("Other.json");
+		QVERIFY2(store->writeDetached(target, {"ours"}), "never over another scene's note");
+		QCOMPARE(target.path, path("Other_2.json"));
+		QCOMPARE(store->read(other), "theirs");
+
+		setRecord(other, {}, {}, {});
+		store->reattach(other, target.path);
+		QCOMPARE(store->filePath(other), path("Other.json"));
+	}
+
+	// The host died before it saved the record.
+	void aLostFirstRecord()
+	{
+		const OBSSourceAutoRelease first = makeScene("Intro");
+		const OBSSourceAutoRelease second = makeScene("intro");
+		QVERIFY(store->write(first, {"one"}) && store->write(second, {"two"}));
+		setRecord(second, {}, {}, {});
+		QCOMPARE(store->read(second), "two");
+		QCOMPARE(store->prepare(second, {}).path, path("intro_2.json"));
+		store->reattach(second, {});
+		QCOMPARE(store->filePath(second), path("intro_2.json"));
+		setRecord(second, {}, {}, {});
+		QVERIFY(QFile::remove(path("Intro.json")));
+		QVERIFY(store->write(second, {"three"}));
+		QCOMPARE(files().size(), 1);
+		QCOMPARE(store->read(second), "three");
+	}
+
+private:
+	[[nodiscard]] QString path(const char *file) const { return store->folder() + u'/' + QLatin1StringView(file); }
+	[[nodiscard]] QStringList files() const { return QDir(store->folder()).entryList(QDir::Files, QDir::Name); }
+
+	std::unique_ptr<QTemporaryDir> folder;
+	std::unique_ptr<NoteStore> store;
 };
+
 } // namespace quillbay::test
 
 QUILLBAY_TEST_MAIN(quillbay::test::NotesTest)

@@ -215,6 +215,7 @@ private:
 	OBSSource scene;
 	bool isLoaded = false;
 };
+
 } // namespace quillbay::test
 
 QUILLBAY_TEST_MAIN(quillbay::test::PluginTest)
