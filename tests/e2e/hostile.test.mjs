@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QuillBay developers
 // SPDX-License-Identifier: GPL-2.0-or-later
 
-// Notes and pasted text that are not what they should be: a clear message, no stall, nothing lost.
+// Notes at the limits, and notes and pasted text that are not what they should be: a clear message, no stall, nothing
+// lost.
 
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
@@ -11,9 +12,11 @@ import net from 'node:net';
 import path from 'node:path';
 import { after, before, describe, test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
-import { Studio, text } from './studio.mjs';
+import { Studio, scrollBar, text } from './studio.mjs';
 
 const longestStallMs = 250;
+// Far above what is measured, far below what a user would call hanging.
+const limitMsOf = { open: 2_500, 'type at the start': 150, save: 500, scroll: 150, 'type at the end': 150 };
 
 /** The best of three counts: on a busy machine the host's window may have to wait for other programs. */
 async function assertQuick(studio, what, work, undo = () => {}) {
@@ -25,14 +28,15 @@ async function assertQuick(studio, what, work, undo = () => {}) {
 	assert.ok(Math.min(...stallsMs) < longestStallMs, `${what}: the window stood still for ${stallsMs} ms`);
 }
 
+let studio;
+before(async () => {
+	studio = await Studio.open(['Bad', 'Big']);
+});
+after(() => studio?.kill());
+
 describe('a note that is not what it should be', () => {
-	let studio;
 	let file;
-	before(async () => {
-		studio = await Studio.open(['Bad']);
-		file = path.join(studio.notesFolder, 'Bad.json');
-	});
-	after(() => studio?.kill());
+	before(() => (file = path.join(studio.notesFolder, 'Bad.json')));
 
 	const link = () => {
 		fs.renameSync(file, path.join(studio.home, 'elsewhere.json'));
@@ -100,11 +104,11 @@ test('what a note names outside is kept and never opened, from a file and the cl
 		const calls = ['-f', '--seccomp-bpf', '-s', '500', '-e', 'trace=%file,connect'];
 		return ['strace', ...calls, '-o', trace, 'setpriv', '--pdeathsig', 'KILL'];
 	};
-	const studio = await Studio.open(['Note'], { wrap });
-	t.after(() => studio.kill());
+	const traced = await Studio.open(['Note'], { wrap });
+	t.after(() => traced.kill());
 	const places = [
-		path.join(studio.home, `${token}.png`),
-		`file://${studio.home}/${token}.png`,
+		path.join(traced.home, `${token}.png`),
+		`file://${traced.home}/${token}.png`,
 		`${token}/relative.png`,
 		`//${token}/share/x.png`,
 		`file://${token}/share/x.png`,
@@ -117,14 +121,14 @@ test('what a note names outside is kept and never opened, from a file and the cl
 			<style>@import url("${place}"); p { background-image: url("${place}"); }</style></head>
 			<body background="${place}"><p>text<img src="${place}" width="9" height="9"></p>
 			<table background="${place}"><tr><td background="${place}">cell</td></tr></table></body></html>`;
-		await studio.show('Scene');
-		const file = await studio.plant('Note', html);
-		await studio.show('Note');
-		assert.match(await studio.plain(), /text/);
+		await traced.show('Scene');
+		const file = await traced.plant('Note', html);
+		await traced.show('Note');
+		assert.match(await traced.plain(), /text/);
 		await sleep(300); // until it is painted
-		await studio.key('Ctrl+A');
-		await studio.paste({ html });
-		await studio.waitForSave();
+		await traced.key('Ctrl+A');
+		await traced.paste({ html });
+		await traced.waitForSave();
 		await sleep(300);
 		assert.ok(fs.readFileSync(file, 'utf8').includes(token), 'the note keeps what it names');
 	}
@@ -133,3 +137,39 @@ test('what a note names outside is kept and never opened, from a file and the cl
 	assert.equal(opened.split('\n').find((line) => line.includes(token)), undefined);
 	assert.equal(visits, 0);
 });
+
+const typeAt = async (home) => {
+	await studio.key(home);
+	await sleep(300);
+	await studio.type('x', { pauseMs: 30 });
+	await studio.key('Backspace');
+};
+const steps = {
+	open: () => studio.show('Big'),
+	'type at the start': () => typeAt('Ctrl+Home'),
+	save: () => studio.waitForSave(),
+	scroll: async () => {
+		for (let turn = 1; turn <= 20; turn++) {
+			await studio.set(scrollBar, 'value', 60 * turn);
+		}
+		await sleep(100);
+	},
+	'type at the end': () => typeAt('Ctrl+End'),
+};
+for (const [paragraphs, length] of [[2_000, 99], [20_000, 9]]) {
+	test(`a note of ${paragraphs} paragraphs of ${length} characters`, async (t) => {
+		await studio.show('Scene');
+		await studio.plant('Big', `<p>${'words and '.repeat(10).slice(0, length)}</p>`.repeat(paragraphs));
+		await studio.show('Big');
+		// From here on it is a file as the editor writes it.
+		await studio.key('Delete');
+		await studio.waitForSave();
+		await studio.show('Scene');
+		for (const [step, work] of Object.entries(steps)) {
+			const stallMs = await studio.longestStall(work);
+			t.diagnostic(`${step}: ${Math.round(stallMs)} ms`);
+			assert.ok(stallMs < limitMsOf[step], `${step}: the window stood still for too long`);
+		}
+		assert.equal(await studio.get('noteEditor .QTextDocument', 'blockCount'), paragraphs);
+	});
+}

@@ -22,23 +22,13 @@ before(async () => {
 });
 after(() => studio?.kill());
 
-const waitForSpeed = (speed) =>
-	waitFor(`speed ${speed}`, async () => Math.abs((await studio.get('scrollSpeed', 'value')) - speed) < 0.01);
-
-const unlock = async () => {
-	await studio.press('ToggleLock');
-	await waitFor('writing again', async () => !(await studio.get('noteEditor', 'readOnly')));
-};
-
 test('the hotkeys drive the teleprompter', async () => {
 	await studio.show('Script');
-	await studio.set(scrollBar, 'value', 0);
-	await studio.press('StartScroll');
-	await studio.waitForStatus('Scrolling');
-	await waitFor('the text moves', async () => (await studio.scrollPosition()) > 3);
-	assert.ok(await studio.get('noteEditor', 'readOnly'), 'nothing is typed while the text moves');
-	await studio.press('PauseScroll');
-	await studio.waitForStatus('Paused');
+	for (const [hotkey, status] of Object.entries({ StartScroll: 'Scrolling', PauseScroll: 'Paused' })) {
+		await studio.press(hotkey);
+		await studio.waitForStatus(status);
+		assert.ok(await studio.get('noteEditor', 'readOnly'), 'nothing is typed while the text moves');
+	}
 	const stopped = await studio.scrollPosition();
 	await sleep(300);
 	assert.equal(await studio.scrollPosition(), stopped);
@@ -46,14 +36,15 @@ test('the hotkeys drive the teleprompter', async () => {
 	await waitFor('the text goes on', async () => (await studio.scrollPosition()) > stopped);
 	await studio.press('ToggleScroll');
 	await studio.waitForStatus('Paused');
-	await studio.press('Faster');
-	await waitForSpeed(1.1);
-	await studio.press('Slower');
-	await waitForSpeed(1.0);
+	for (const [hotkey, speed] of Object.entries({ Faster: 1.1, Slower: 1 })) {
+		await studio.press(hotkey);
+		await waitFor(hotkey, async () => Math.abs((await studio.get('scrollSpeed', 'value')) - speed) < 0.01);
+	}
 	await studio.press('Top');
 	await studio.waitForStatus('AtTop');
 	assert.equal(await studio.scrollPosition(), 0);
-	await unlock();
+	await studio.press('ToggleLock');
+	await waitFor('writing again', async () => !(await studio.get('noteEditor', 'readOnly')));
 });
 
 test('the hotkeys insert the time and marks, and go from mark to mark', async () => {

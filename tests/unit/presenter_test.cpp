@@ -228,19 +228,6 @@ private Q_SLOTS:
 		QCOMPARE(fixture->editor->textCursor().position(), 11);
 	}
 
-	void marksAreFound()
-	{
-		fixture->editor->setPlainText("x ◆[one] y ◆[two]");
-		fixture->select(0, 0);
-		for (const int start : {2, 11, 2}) {
-			fixture->dock->command(Command::NextMark);
-			QCOMPARE(fixture->editor->textCursor().selectionStart(), start);
-		}
-		fixture->select(0, 0);
-		QTest::keyClicks(fixture->editor, "typed");
-		QVERIFY2(field->text().isEmpty(), "an edit ends the search for marks");
-	}
-
 	void aSelectionIsSearchedFor()
 	{
 		fixture->editor->setPlainText("needle\nhay");
