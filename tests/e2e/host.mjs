@@ -160,7 +160,7 @@ export class Host {
 			this.socketUrl = `ws://127.0.0.1:${port}`;
 			const connect = () => this.socket.connect(this.socketUrl, this.password).catch(() => false);
 			await Promise.race([this.died, waitFor('obs-websocket answers', connect, 90_000)]);
-			await waitFor('the host is up', () => this.exists('@main'), 60_000);
+			await Promise.race([this.died, waitFor('the host is up', () => this.exists('@main'), 60_000)]);
 			await this.call('SetCurrentSceneTransition', { transitionName: 'Cut' });
 		} catch (error) {
 			await this.kill();
@@ -202,9 +202,7 @@ export class Host {
 	}
 
 	/** A path as the host sees it, when `wrap` has given the host mounts of its own. */
-	inside(file) {
-		return path.join(`/proc/${this.process.pid}/root`, file);
-	}
+	inside = (file) => path.join(`/proc/${this.process.pid}/root`, file);
 
 	keepLog() {
 		const file = path.join(process.env.QUILLBAY_LOGS ?? os.tmpdir(), `host-${this.process.pid}.log`);
@@ -239,22 +237,14 @@ export class Host {
 		return Array.isArray(property) ? values : values[property];
 	}
 
-	async set(object, property, value) {
-		await this.ask('set', { object, property, value });
-	}
+	set = (object, property, value) => this.ask('set', { object, property, value });
 
 	/** Calls a method, with `flag` if it takes one, on the next turn of the host's event loop. */
-	async invoke(object, method, flag) {
-		await this.ask('invoke', { object, method, flag });
-	}
+	invoke = (object, method, flag) => this.ask('invoke', { object, method, flag });
 
-	async exists(object) {
-		return this.get(object, []).then(() => true, () => false);
-	}
+	exists = (object) => this.get(object, []).then(() => true, () => false);
 
-	async key(key, object = 'noteEditor') {
-		await this.ask('key', { object, key });
-	}
+	key = (key, object = 'noteEditor') => this.ask('key', { object, key });
 
 	async type(text, { object = 'noteEditor', pauseMs = 0 } = {}) {
 		for (const character of text) {
@@ -263,9 +253,7 @@ export class Host {
 		}
 	}
 
-	async click(object, at = [5, 5]) {
-		await this.ask('click', { object, at });
-	}
+	click = (object, at = [5, 5]) => this.ask('click', { object, at });
 
 	/** The longest time, in milliseconds, that the host's window did not react while `work` ran. */
 	async longestStall(work) {

@@ -36,7 +36,8 @@ const savedText = (folder) => plainText(readNote(path.join(folder, 'One.json')).
 
 async function assertSaveError(studio) {
 	await waitFor('the failed save', async () => (await studio.status()).startsWith(text('NoteSaveFailed')));
-	assert.ok(await studio.get('saveError', 'visible'));
+	const line = await studio.get('saveError', ['visible', 'text']);
+	assert.deepEqual(line, { visible: true, text: `! ${text('NoteSaveFailed')}` });
 }
 
 describe('a host that is killed', () => {

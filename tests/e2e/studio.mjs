@@ -59,9 +59,7 @@ export class Studio extends Host {
 
 	// --- scenes ----------------------------------------------------------------------------------------------
 
-	async addScene(name) {
-		await this.call('CreateScene', { sceneName: name });
-	}
+	addScene = (name) => this.call('CreateScene', { sceneName: name });
 
 	/** Puts a scene on air and waits until its note shows. */
 	async show(scene) {
@@ -69,23 +67,16 @@ export class Studio extends Host {
 		await this.waitForScene(scene);
 	}
 
-	async waitForScene(scene) {
-		await waitFor(`the dock shows ${scene}`, async () => (await this.get('sceneLabel', 'text')) === scene);
-	}
+	waitForScene = (scene) =>
+		waitFor(`the scene ${scene}`, async () => (await this.get('sceneLabel', 'text')) === scene);
 
-	async press(hotkey) {
-		await this.call('TriggerHotkeyByName', { hotkeyName: `QuillBay.${hotkey}` });
-	}
+	press = (hotkey) => this.call('TriggerHotkeyByName', { hotkeyName: `QuillBay.${hotkey}` });
 
 	// --- dialogs ---------------------------------------------------------------------------------------------
 
-	async waitForDialog(part = '') {
-		await waitFor('the dialog is open', () => this.exists(`@modal ${part}`.trim()));
-	}
+	waitForDialog = (part = '') => waitFor('the dialog is open', () => this.exists(`@modal ${part}`.trim()));
 
-	async waitForNoDialog() {
-		await waitFor('the dialog is closed', async () => !(await this.exists('@modal')));
-	}
+	waitForNoDialog = () => waitFor('the dialog is closed', async () => !(await this.exists('@modal')));
 
 	/** Chooses an entry of the host's menus; `answer` then drives the dialog that it opens. */
 	async choose(action, answer) {
@@ -126,14 +117,10 @@ export class Studio extends Host {
 	}
 
 	/** The open note's text. */
-	async plain() {
-		return this.get('noteEditor', 'plainText');
-	}
+	plain = () => this.get('noteEditor', 'plainText');
 
 	/** The latest status message. */
-	async status() {
-		return this.get('saveStatus', 'toolTip');
-	}
+	status = () => this.get('saveStatus', 'toolTip');
 
 	async paste(data) {
 		await this.ask('clipboard', data);
@@ -145,27 +132,19 @@ export class Studio extends Host {
 		await this.key('Delete');
 	}
 
-	async scrollPosition() {
-		return this.get(scrollBar, 'value');
-	}
+	scrollPosition = () => this.get(scrollBar, 'value');
 
 	async waitForStatus(key, ...numbers) {
 		const status = numbers.reduce((shown, number, i) => shown.replace(`%${i + 1}`, number), text(key));
 		await waitFor(`the status ${status}`, async () => (await this.status()) === status);
 	}
 
-	async waitForSave() {
-		await this.waitForStatus('SavedNote');
-	}
+	waitForSave = () => this.waitForStatus('SavedNote');
 
-	async waitForNote(note) {
-		await waitFor(`the note ${note}`, async () => (await this.plain()) === note);
-	}
+	waitForNote = (note) => waitFor(`the note ${note}`, async () => (await this.plain()) === note);
 
 	/** The scene's UUID and note record. */
-	async sceneInfo(scene) {
-		return this.ask('scene', { scene });
-	}
+	sceneInfo = (scene) => this.ask('scene', { scene });
 
 	async noteFile(scene) {
 		const { record } = await this.sceneInfo(scene);
@@ -173,9 +152,7 @@ export class Studio extends Host {
 	}
 
 	/** The text in the scene's note file. */
-	async savedText(scene) {
-		return plainText(readNote(await this.noteFile(scene)).html);
-	}
+	savedText = async (scene) => plainText(readNote(await this.noteFile(scene)).html);
 
 	/** Gives a scene a note file with these contents (text or bytes), and shows it. */
 	async plant(scene, html) {

@@ -68,25 +68,6 @@ private Q_SLOTS:
 		QVERIFY2(isOnDisk(first, "abbb"), "someone who types on is saved too");
 	}
 
-	void aFailedWriteKeepsTheSceneAndTheText()
-	{
-		writeFile(dock->store().folder(), "in the way");
-		type("precious");
-		sendScene(second);
-		QCOMPARE(scene(), "First");
-		QCOMPARE(editor->toPlainText(), "precious");
-		auto *error = find<QLabel>("saveError");
-		QVERIFY(error->isVisible());
-		QCOMPARE(error->text(), QStringLiteral("! ") + text("NoteSaveFailed"));
-		QVERIFY(status().startsWith(text("NoteSaveFailed")));
-
-		QVERIFY(QFile::remove(dock->store().folder()));
-		QTRY_VERIFY2(isOnDisk(first, "precious"), "it is tried again without another key");
-		QVERIFY(!error->isVisible());
-		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_CHANGED);
-		QCOMPARE(scene(), "Second");
-	}
-
 	void unavailableNotesAreNeverOverwritten()
 	{
 		QVERIFY(dock->store().write(second, {"x"}));
@@ -116,27 +97,6 @@ private Q_SLOTS:
 		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
 		QCOMPARE(scene(), "Second");
 		QCOMPARE(frontend().saves, 1);
-	}
-
-	void anEditOutlivesItsScene()
-	{
-		type("known");
-		QVERIFY(dock->flush(true, true));
-		const QString known = fileOf(first);
-		type(" pending");
-		frontend().currentScene = second;
-		obs_source_remove(first);
-		first = nullptr;
-		QTRY_COMPARE(scene(), "Second");
-		QVERIFY(readFile(known).contains("known pending"));
-
-		type("new");
-		obs_source_remove(second);
-		second = nullptr;
-		frontend().currentScene = nullptr;
-		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_LIST_CHANGED);
-		QCOMPARE(scene(), text("NoScene"));
-		QVERIFY(readFile(dock->store().folder() + "/Second.json").contains("new"));
 	}
 
 	void readModeProtectsTheNote()
@@ -190,14 +150,6 @@ private Q_SLOTS:
 		reopen();
 		dock->bindScene(first);
 		QTRY_COMPARE(value(), 20'000);
-	}
-
-	void countsCharacters()
-	{
-		editor->setPlainText("12345\n67890");
-		QCOMPARE(find<QLabel>("characterCount")->text(), text("CharacterCount").arg(11));
-		editor->selectAll();
-		QCOMPARE(find<QLabel>("characterCount")->text(), text("SelectedCharacters").arg(10));
 	}
 
 	void aSettingsFileOfGarbageDoesNoHarm()

@@ -13,8 +13,6 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 
-#include <sys/stat.h>
-
 namespace quillbay::test {
 
 namespace {
@@ -201,31 +199,6 @@ private Q_SLOTS:
 		}
 		QVERIFY(store->write(scene, {QStringLiteral("one")}));
 		QCOMPARE(store->filePath(scene), path("Intro.json"));
-	}
-
-	void unreadableNotesSayWhy()
-	{
-		const OBSSourceAutoRelease scene = makeScene("Intro");
-		const OBSSourceAutoRelease other = makeScene("Other");
-		QVERIFY(store->write(other, {"two"}) && store->write(scene, {"one"}));
-		const QString file = path("Intro.json");
-		const auto check = [&](const char *key, const std::function<void()> &spoil) {
-			QVERIFY(QFile::remove(file));
-			spoil();
-			QString error;
-			QCOMPARE(store->read(scene, &error), QString());
-			const bool namesFile = qstrcmp(key, "FileReadFailed") == 0;
-			QCOMPARE(error, *key == 0 ? QString() : text(key) + (namesFile ? file : QString()));
-			QFile::remove(file) || QDir().rmdir(file);
-			writeFile(file, "x");
-		};
-		check("", [] {});
-		check("FileReadFailed", [&] { QVERIFY(QFile::link(path("Other.json"), file)); });
-		check("FileReadFailed", [&] { QVERIFY(QDir().mkdir(file)); });
-		check("FileReadFailed", [&] { QCOMPARE(mkfifo(QFile::encodeName(file).constData(), 0600), 0); });
-		check("BackupTooLarge", [&] { writeFile(file, QByteArray(kMaxNoteBytes + 1, ' ')); });
-		check("BackupInvalid", [&] { writeFile(file, "{\"format\""); });
-		check("NoteSceneMismatch", [&] { QVERIFY(QFile::copy(path("Other.json"), file)); });
 	}
 
 	void aFailedWriteChangesNothing()
