@@ -73,55 +73,6 @@ test('of those who race for a note exactly one gets it, and no update is lost', 
 	await assertNothingLost(words);
 });
 
-test('typing in the dock, locking and several phones lose nothing', async () => {
-	const words = [];
-	const codes = new Map();
-	const end = performance.now() + 8000;
-	const usePhone = async (phone, name) => {
-		let count = 0;
-		while (performance.now() < end) {
-			let note = await phone.acquire(scene);
-			for (let i = 0; i < 5 && note.ok; i++) {
-				const word = `${name}${count++}`;
-				note = await phone.prepend(note, word);
-				if (note.ok) {
-					words.push(word);
-				}
-			}
-			codes.set(note.code, (codes.get(note.code) ?? 0) + 1);
-			await phone.ask('ReleaseEdit');
-			await sleep(20);
-		}
-	};
-	const useDock = async () => {
-		for (let count = 0; performance.now() < end; count++) {
-			await sleep(900);
-			await studio.invoke('Read', 'trigger'); // Takes the note back, or locks it.
-			if (!(await studio.get('noteEditor', 'readOnly'))) {
-				const word = `d${count}`;
-				await studio.key('Ctrl+Home');
-				// A phone may have taken the note just before the first key; once that is in, none can.
-				await studio.type(' ');
-				if (!(await studio.plain()).startsWith(' ')) {
-					continue;
-				}
-				await studio.key('Ctrl+Home');
-				await studio.type(`${word} `, { pauseMs: 5 });
-				words.push(word);
-				await sleep(2300);
-			}
-		}
-	};
-	await Promise.all([usePhone(phones[0], 'a'), usePhone(phones[1], 'b'), usePhone(phones[2], 'c'), useDock()]);
-	if (await studio.get('noteEditor', 'readOnly')) {
-		await studio.invoke('Read', 'trigger');
-	}
-	assert.ok(words.some((word) => word.startsWith('d')) && words.some((word) => word.startsWith('a')));
-	assert.ok([...codes.keys()].every((code) => [undefined, 'busy', 'conflict', 'lease', 'locked'].includes(code)), [...codes]);
-	await waitFor('the note is saved', async () => (await studio.plain()) === (await studio.savedText('One')));
-	await assertNothingLost(words);
-});
-
 test('a phone that falls silent gives the note back', async () => {
 	let from;
 	await waitFor('the note is free', async () => {

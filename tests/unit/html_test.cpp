@@ -155,6 +155,7 @@ private Q_SLOTS:
 	// Words so long that a few of them make a block too long, in tags as Qt and as nobody else writes them.
 	void conclusionsHoldForAnyHtml()
 	{
+		static const QString kWord(5'000, u'x');
 		static const QStringList kOddParts =
 			(QString("<p>¦</p>¦<div>¦</div>¦<b>¦</b>¦<ul>¦</ul>¦<li>¦</li>¦<br>¦<hr>¦<br/>¦text ¦ ¦\n¦"
 				 "&amp;¦&#10;¦&#x2029;¦&¦\u2029¦\u2028¦<pre>¦</pre>¦<body>¦<html>¦<head>¦</head>¦"
@@ -163,18 +164,17 @@ private Q_SLOTS:
 				 "<a name=x>¦<meta name=\"qrichtext\" content=\"1\" />¦<¦<>¦</>¦<p/>¦<'q'>¦\r¦<h1>¦"
 				 "</h1>¦\t¦<div style='white-space:pre-wrap'>¦<title>¦</title>¦<blockquote>¦"
 				 "\U0001F600¦<x y='\\'>'>¦<center>¦</body>¦<ol start=3>¦</ol>¦<!--StartFragment-->¦"
-				 "<!--EndFragment-->")
+				 "<!--EndFragment-->¦" +
+				 kWord)
 				 .split(u'¦'));
-		static const QString kWord(5'000, u'x');
 		static const QStringList kBlocks =
 			(QString("<p>%1</p>¦<h2 align=\"right\">%1</h2>¦<ul><li>%1</li>\n<li>%1</li></ul>¦"
 				 "<p style=\"-qt-paragraph-type:empty;\"><br /></p>¦<hr />¦<pre>%1</pre>¦"
 				 "<ol>\n<li>%1\n<ul><li>%1</li></ul></li></ol>")
 				 .split(u'¦'));
 		static const QStringList kRuns =
-			(QString("text ¦&amp;&lt;¦<br />¦<span style=\" color:#ff0000;\">text</span>¦"
-				 "<a href=\"x\">%1</a>¦<img src=\"x\" />¦ \t"
-				 "¦" +
+			(QString("¦text ¦&amp;&lt;¦<br />¦<span style=\" color:#ff0000;\">text</span>¦"
+				 "<a href=\"x\">text</a>¦<img src=\"x\" />¦ \t¦" +
 				 kWord)
 				 .split(u'¦'));
 		QRandomGenerator random(20260101U);
@@ -186,15 +186,9 @@ private Q_SLOTS:
 			const int oddness = random.bounded(3); // none, some, nothing else
 			QString html = oddness < 2 ? head : QString();
 			for (int part = random.bounded(1, 25); part > 0; --part) {
-				if (oddness == 2 || (oddness == 1 && random.bounded(30) == 0)) {
-					html += random.bounded(12) == 0 ? kWord : oneOf(kOddParts);
-					continue;
-				}
-				QString run;
-				for (int piece = random.bounded(4); piece > 0; --piece) {
-					run += oneOf(kRuns).replace("%1", "text");
-				}
-				html += oneOf(kBlocks).replace("%1", run);
+				const bool isOdd = oddness == 2 || (oddness == 1 && random.bounded(30) == 0);
+				const QString runs = oneOf(kRuns) + oneOf(kRuns);
+				html += isOdd ? oneOf(kOddParts) : oneOf(kBlocks).replace("%1", runs);
 			}
 			html += oddness < 2 ? "</body></html>" : "";
 			const HtmlShape shape = shapeOf(html);

@@ -219,6 +219,7 @@ private Q_SLOTS:
 		QTest::keyClick(field, Qt::Key_Return);
 		check("findNext", "3/3");
 		check("findNext", "1/3");
+		check("findPrevious", "3/3");
 		fixture->select(1, 1);
 		QCOMPARE(count(), "0/3");
 		check("findPrevious", "1/3");

@@ -30,6 +30,11 @@ function prepare() {
 		note.selectOffsets(root, start, end);
 	};
 	window.runsOf = (index) => note.serialize(root).blocks[index].runs;
+	/** The text as it would be saved. */
+	window.savedText = () => {
+		const lines = note.serialize(root).blocks.map(({ runs }) => runs.map((run) => run.text).join(''));
+		return lines.join('\n').replaceAll('\u2028', '\n');
+	};
 	/** Numbers from 0 up to the limit, the same ones each time. */
 	window.random = (seed) => (limit) => (seed = (Math.imul(seed, 1103515245) + 12345) >>> 0) % limit;
 }
