@@ -4,21 +4,10 @@
 // Real browsers on the page that the module serves.
 
 import fs from 'node:fs';
-import path from 'node:path';
 import { chromium } from 'playwright-core';
-import { freePort } from './host.mjs';
-import { Studio } from './studio.mjs';
 
-export const password = 'a password of the host';
-/** A Word file of one paragraph: "From Word". */
-export const wordFile = Buffer.from(
-	'UEsDBBQAAAAIAAAAIQDvvq4ldwAAAJsAAAARAAAAd29yZC9kb2N1bWVudC54bWxFzj0KwzAMBeCrhBygCh06GNdjr9DZtZ0fiCQju7i9fa10yP' +
-		'KJx+OBbDORwxsT1eGDOxXT7uNaazYAJawJfblwTtS7mQV97VEWaCwxC4dUykYL7nCdphug32h0tpkXx6/erIhS3UMYh2ffWdCoymE+/E/gfMf9' +
-		'AFBLAQIUAxQAAAAIAAAAIQDvvq4ldwAAAJsAAAARAAAAAAAAAAAAAACAAQAAAAB3b3JkL2RvY3VtZW50LnhtbFBLBQYAAAAAAQABAD8AAACmAA' +
-		'AAAAA=',
-	'base64',
-);
-const access = '0123456789-_abcdefABCD';
+export { openRemoteStudio as openPageStudio } from './remote_client.mjs';
+
 const quiet = ['--disable-background-networking', '--disable-component-update', '--disable-sync', '--no-first-run'];
 
 export const phone = { viewport: { width: 360, height: 740 }, deviceScaleFactor: 3, isMobile: true, hasTouch: true };
@@ -27,23 +16,6 @@ export const desktop = { viewport: { width: 1280, height: 800 } };
 export async function openBrowser() {
 	const args = ['--no-sandbox', '--disable-gpu', '--disable-quic', ...quiet];
 	return chromium.launch({ executablePath: '/usr/bin/chromium', args });
-}
-
-/** A studio whose notes the page shows, over loopback. */
-export async function openPageStudio(scenes) {
-	const studio = new Studio({ password });
-	const port = await freePort();
-	studio.page = `http://127.0.0.1:${port}/#${access}`;
-	fs.mkdirSync(studio.settingsFolder, { recursive: true });
-	const settings = ['[remote]', 'enabled=true', 'address=127.0.0.1', `port=${port}`, `access=${access}`];
-	fs.writeFileSync(path.join(studio.settingsFolder, 'settings.ini'), settings.join('\n'));
-	await studio.start();
-	await studio.openDock();
-	for (const scene of scenes) {
-		await studio.addScene(scene);
-	}
-	await studio.show(scenes[0]);
-	return studio;
 }
 
 /** A person with the page open on a device. */
@@ -56,18 +28,18 @@ export class Visitor {
 
 	static async open(browser, studio, { name = 'Phone', device = desktop, login = true } = {}) {
 		const visitor = new Visitor();
-		visitor.context = await browser.newContext({ ...device, acceptDownloads: true });
-		visitor.page = await visitor.context.newPage();
-		visitor.page.setDefaultTimeout(10_000);
-		visitor.page.on('pageerror', (error) => visitor.complaints.push(error.message));
-		visitor.page.on('console', (message) => message.type() === 'error' && visitor.complaints.push(message.text()));
-		visitor.page.on('dialog', (dialog) => dialog.accept().catch(() => {}));
-		await visitor.page.routeWebSocket(/./, (socket) => visitor.#connect(socket));
-		await visitor.page.goto(studio.page);
+		visitor.context = await browser.newContext(device);
+		const page = (visitor.page = await visitor.context.newPage());
+		page.setDefaultTimeout(10_000);
+		page.on('pageerror', (error) => visitor.complaints.push(error.message));
+		page.on('console', (message) => message.type() === 'error' && visitor.complaints.push(message.text()));
+		page.on('dialog', (dialog) => dialog.accept().catch(() => {}));
+		await page.routeWebSocket(/./, (socket) => visitor.#connect(socket));
+		await page.goto(studio.page);
 		if (login) {
-			await visitor.page.fill('#device', name);
-			await visitor.login(password);
-			await visitor.page.waitForSelector('#document p');
+			await page.fill('#device', name);
+			await visitor.login(studio.password);
+			await page.waitForSelector('#document p');
 		}
 		return visitor;
 	}

@@ -1,92 +1,134 @@
 // SPDX-FileCopyrightText: 2026 The QuillBay developers
 // SPDX-License-Identifier: GPL-2.0-or-later
 
-// Notes come from files and go to files.
+// Notes come from files and go to files, one or all in a backup, also when the host is killed meanwhile.
+//
+// QUILLBAY_KILLS sets how often.
 
 import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
-import { after, before, describe, test } from 'node:test';
+import { after, before, test } from 'node:test';
+import { setTimeout as sleep } from 'node:timers/promises';
 import { waitFor } from './host.mjs';
 import { Studio, text } from './studio.mjs';
 
 const word = path.join(import.meta.dirname, '../unit/data/libreoffice.docx');
 
-describe('a note and files', () => {
-	let studio;
-	before(async () => {
-		studio = await Studio.open(['Words']);
-		for (const [name, content] of [
-			['note.TXT', 'one\r\ntwo\rthree'],
-			['note.html', '<p>plain <b>bold</b></p>'],
-			['note', '<p>an <i>unnamed</i> kind</p>'],
-			['long.txt', 'x'.repeat(10_001)],
-		]) {
-			fs.writeFileSync(path.join(studio.home, name), content);
-		}
-	});
-	after(() => studio?.kill());
+const kills = Number(process.env.QUILLBAY_KILLS ?? 6);
+const dock = '.quillbay::Dock';
+const scenes = Array.from({ length: 20 }, (_, i) => `Scene ${i}`);
 
-	async function choose(button, file) {
-		await studio.invoke(button, 'trigger');
-		await waitFor('the file dialog', () => studio.ask('exists', { object: '@modal fileNameEdit' }));
-		await studio.set('@modal fileNameEdit', 'text', file);
-		await studio.invoke('@modal', 'accept');
+let studio;
+before(async () => {
+	studio = await Studio.open(scenes);
+});
+after(() => studio?.kill());
+
+const outside = (name) => path.join(studio.home, name);
+const take = (file) => studio.chooseFile(file, 'importDocument', 'trigger');
+
+test('files of each kind take the place of a note, and undo brings it back', async () => {
+	const kinds = [
+		['note.TXT', 'one\r\ntwo\rthree', 'one\ntwo\nthree'],
+		['note.html', '<p>plain <b>bold</b></p>', 'plain bold'],
+		['note', '<p>an <i>unnamed</i> kind</p>', 'an unnamed kind'],
+	];
+	for (const [name, content, imported] of kinds) {
+		fs.writeFileSync(outside(name), content);
+		await studio.clear();
+		await studio.type('before');
+		await take(outside(name));
+		assert.equal(await studio.agree(), text('ReplacePrompt'));
+		await studio.waitForNote(imported);
+		await studio.key('Ctrl+Z');
+		await studio.waitForNote('before');
 	}
+	fs.writeFileSync(outside('long.txt'), 'x'.repeat(10_001));
+	await take(outside('long.txt'));
+	await studio.waitForStatus('TextLimit');
+	assert.equal(await studio.plain(), 'before');
+});
 
-	/** Imports a file, answering the question that a note with text asks. */
-	async function take(file, isAsked) {
-		await choose('importDocument', path.resolve(studio.home, file));
-		if (isAsked) {
-			await waitFor('the question', () => studio.ask('exists', { object: '@modal qt_msgbox_label' }));
-			assert.equal(await studio.get('@modal', 'text'), text('ReplacePrompt'));
-			await studio.invoke('@modal .QPushButton', 'click');
-		}
-		await waitFor('no dialog', async () => !(await studio.ask('exists', { object: '@modal' })));
+test('an exported note comes back as it was', async () => {
+	await studio.clear();
+	await take(word);
+	await waitFor('the import', async () => (await studio.plain()).length > 100);
+	const html = await studio.get('noteEditor', 'html');
+	for (const name of ['out.html', 'out.txt']) {
+		await studio.chooseFile(outside(name), 'exportDocument', 'trigger');
+		await waitFor('the file', () => fs.existsSync(outside(name)));
 	}
+	assert.equal(fs.readFileSync(outside('out.txt'), 'utf8'), await studio.plain());
+	await studio.clear();
+	await take(outside('out.html'));
+	await waitFor('the import', async () => (await studio.plain()).length > 100);
+	assert.equal(await studio.get('noteEditor', 'html'), html);
+	assert.deepEqual(fs.readdirSync(studio.home).filter((name) => name.startsWith('out')).sort(), ['out.html', 'out.txt']);
+});
 
-	async function empty() {
-		await studio.key('Ctrl+A');
-		await studio.key('Delete');
-		await waitFor('an empty note', async () => (await studio.plain()) === '');
+const backUp = () => studio.chooseFile(outside('all.zip'), dock, 'backup', true);
+
+async function restore() {
+	await studio.chooseFile(outside('all.zip'), dock, 'restoreBackup');
+	return studio.agree();
+}
+
+async function restart() {
+	await studio.kill();
+	await studio.restart();
+	await studio.show(scenes[0]);
+}
+
+function notes() {
+	const files = fs.readdirSync(studio.notesFolder).filter((file) => file.endsWith('.json'));
+	return new Map(files.sort().map((file) => [file, fs.readFileSync(path.join(studio.notesFolder, file), 'utf8')]));
+}
+
+test('notes come back as they were', async () => {
+	for (const scene of scenes) {
+		await studio.plant(scene, `<p>first of ${scene}</p>${'<!-- first -->'.repeat(20_000)}`);
 	}
+	const before = notes();
+	await studio.show(scenes[0]);
+	await backUp();
+	await studio.waitForStatus('BackupSaved');
+	fs.rmSync(studio.notesFolder, { recursive: true });
+	await restart();
+	const stall = await studio.longestStall(async () => {
+		assert.equal(await restore(), text('RestorePrompt').replace('%1', before.size).replace('%2', 0));
+		await studio.waitForStatus('RestoreResult', before.size, 0);
+	});
+	assert.ok(stall < 500, `the window stood still for ${stall} ms`);
+	assert.deepEqual(notes(), before);
+	assert.equal(await studio.plain(), 'first of Scene 0');
+});
 
-	test('files of each kind take the place of a note, and undo brings it back', async () => {
-		const kinds = [
-			['note.TXT', 'one\ntwo\nthree'],
-			['note.html', 'plain bold'],
-			['note', 'an unnamed kind'],
-			[word, null],
-		];
-		for (const [file, wanted] of kinds) {
-			await empty();
-			await take(file, false);
-			const imported = await studio.plain();
-			assert.ok(wanted === null ? imported.length > 100 : imported === wanted, imported);
-			await empty();
-			await studio.type('before');
-			await take(file, true);
-			assert.equal(await studio.plain(), imported);
-			await studio.key('Ctrl+Z');
-			await waitFor('the note before', async () => (await studio.plain()) === 'before');
+test(`the archive and the notes are whole, old or new, after each of ${kills} kills`, async () => {
+	for (let round = 0; round < kills; round++) {
+		fs.rmSync(outside('all.zip'), { force: true });
+		await backUp();
+		await sleep(Math.random() * 150);
+		await restart();
+		if (fs.existsSync(outside('all.zip'))) {
+			execFileSync('unzip', ['-tqq', outside('all.zip')]);
 		}
-		await take('long.txt', false);
-		assert.equal(await studio.status(), text('TextLimit'));
-		assert.equal(await studio.plain(), 'before');
-	});
-
-	test('an exported note comes back as it was', async () => {
-		await empty();
-		await take(word, false);
-		const html = await studio.get('noteEditor', 'html');
-		await choose('exportDocument', path.join(studio.home, 'out.html'));
-		await waitFor('the export', async () => (await studio.status()) === text('Exported'));
-		await choose('exportDocument', path.join(studio.home, 'out.txt'));
-		await waitFor('the file', () => fs.existsSync(path.join(studio.home, 'out.txt')));
-		assert.equal(fs.readFileSync(path.join(studio.home, 'out.txt'), 'utf8'), await studio.plain());
-		await empty();
-		await take('out.html', false);
-		assert.equal(await studio.get('noteEditor', 'html'), html);
-		assert.deepEqual(fs.readdirSync(studio.home).filter((file) => file.startsWith('out')).sort(), ['out.html', 'out.txt']);
-	});
+	}
+	fs.rmSync(outside('all.zip'), { force: true });
+	await backUp();
+	await waitFor('the backup', () => fs.existsSync(outside('all.zip')));
+	const saved = [...notes()];
+	for (let round = 0; round < kills; round++) {
+		const edited = saved.map(([file, note]) => [file, note.replaceAll('first', 'other')]);
+		edited.forEach(([file, note]) => fs.writeFileSync(path.join(studio.notesFolder, file), note));
+		await studio.waitForNoDialog();
+		await restore();
+		await sleep(Math.random() * 100);
+		await studio.kill();
+		const found = notes();
+		assert.equal(found.size, saved.length);
+		saved.forEach(([file, note], i) => assert.ok([note, edited[i][1]].includes(found.get(file)), file));
+		await restart();
+	}
 });

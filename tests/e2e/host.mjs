@@ -51,25 +51,19 @@ export async function waitFor(what, probe, timeoutMs = 10_000) {
 	}
 }
 
-let openedDisplay;
-
-/** The environment of this process's display, with a window manager, opened at the first call. */
-async function display() {
-	openedDisplay ??= (async () => {
-		const server = start(['Xvfb', '-displayfd', '3', '-screen', '0', '1600x1000x24', '-nolisten', 'tcp'], {
-			stdio: ['ignore', 'ignore', 'ignore', 'pipe'],
-		});
-		const [number] = await once(server.stdio[3], 'data');
-		const environment = { DISPLAY: `:${String(number).trim()}`, LIBGL_ALWAYS_SOFTWARE: '1' };
-		const manager = start(['openbox'], { stdio: 'ignore', env: { ...process.env, ...environment } });
-		// A test process ends when its tests have ended.
-		for (const part of [server, server.stdio[3], manager]) {
-			part.unref();
-		}
-		return environment;
-	})();
-	return openedDisplay;
+/** The environment of a display, with a window manager, for this process. */
+async function openDisplay() {
+	const screen = ['-screen', '0', '1600x1000x24', '-nolisten', 'tcp'];
+	const server = start(['Xvfb', '-displayfd', '3', ...screen], { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
+	const [number] = await once(server.stdio[3], 'data');
+	const environment = { DISPLAY: `:${String(number).trim()}`, LIBGL_ALWAYS_SOFTWARE: '1' };
+	const manager = start(['openbox'], { stdio: 'ignore', env: { ...process.env, ...environment } });
+	// A test process ends when its tests have ended.
+	[server, server.stdio[3], manager].forEach((part) => part.unref());
+	return environment;
 }
+
+let display;
 
 /** A port that nobody listens on just now. */
 export async function freePort() {
@@ -81,13 +75,10 @@ export async function freePort() {
 	return port;
 }
 
-function installModule(config, name, module, data) {
-	const folder = path.join(config, 'plugins', name);
-	fs.mkdirSync(path.join(folder, 'bin/64bit'), { recursive: true });
-	fs.symlinkSync(path.join(build, module), path.join(folder, 'bin/64bit', `${name}.so`));
-	if (data) {
-		fs.symlinkSync(data, path.join(folder, 'data'));
-	}
+function installModule(config, name, module) {
+	const folder = path.join(config, 'plugins', name, 'bin/64bit');
+	fs.mkdirSync(folder, { recursive: true });
+	fs.symlinkSync(path.join(build, module), path.join(folder, `${name}.so`));
 }
 
 /** A new home. A small picture leaves the processor to what is tested. */
@@ -101,7 +92,8 @@ function layHome(home, hasModule) {
 	fs.writeFileSync(path.join(profile, 'basic.ini'), `[General]\nName=Untitled\n\n[Video]\n${picture}\n`);
 	installModule(config, 'quillbay-probe', 'tests/e2e/quillbay-probe.so');
 	if (hasModule) {
-		installModule(config, 'quillbay', 'src/quillbay.so', path.join(repository, 'data'));
+		installModule(config, 'quillbay', 'src/quillbay.so');
+		fs.symlinkSync(path.join(repository, 'data'), path.join(config, 'plugins/quillbay/data'));
 	}
 }
 
@@ -116,14 +108,11 @@ export class Host {
 	log = '';
 
 	/**
-	 * @param {{module?: boolean, wrap?: (host: Host) => string[], env?: object, password?: string}} options `module`
-	 * false leaves ours out; `wrap` answers a command that runs the host's command; `env` adds to its environment;
-	 * `password` is obs-websocket's, which asks for none when it is empty.
+	 * @param {{module?: boolean, wrap?: (host: Host) => string[], env?: object}} options `module` false leaves ours
+	 * out; `wrap` answers a command that runs the host's command; `env` adds to its environment.
 	 */
-	constructor({ module = true, wrap = () => [], env = {}, password = 'a password of ours' } = {}) {
-		this.password = password;
-		this.wrap = wrap;
-		this.env = env;
+	constructor({ module = true, wrap = () => [], env = {} } = {}) {
+		Object.assign(this, { wrap, env, password: 'a password of ours' });
 		this.home = fs.mkdtempSync(path.join(scratch, 'home-'));
 		this.config = path.join(this.home, '.config/obs-studio');
 		layHome(this.home, module);
@@ -135,7 +124,7 @@ export class Host {
 		const folder = path.join(this.config, 'plugin_config/obs-websocket');
 		const settings = {
 			alerts_enabled: false,
-			auth_required: this.password !== '',
+			auth_required: true,
 			first_load: false,
 			server_enabled: true,
 			server_password: this.password,
@@ -148,9 +137,10 @@ export class Host {
 
 		this.log = '';
 		const obs = ['obs', '--multi', '--disable-shutdown-check', '--disable-missing-files-check'];
-		const env = { ...process.env, ...(await display()), ...this.env, HOME: this.home };
-		env.XDG_RUNTIME_DIR = path.join(this.home, 'run');
-		delete env.XDG_CONFIG_HOME;
+		display ??= openDisplay();
+		const run = path.join(this.home, 'run');
+		const folders = { HOME: this.home, XDG_CONFIG_HOME: undefined, XDG_RUNTIME_DIR: run, TMPDIR: run };
+		const env = { ...process.env, ...(await display), ...folders, ...this.env };
 		const command = [...this.wrap(this), ...withoutPrivileges(), ...obs];
 		this.process = start(command, { stdio: ['ignore', 'pipe', 'pipe'], env });
 		this.ended = once(this.process, 'close');
@@ -166,20 +156,16 @@ export class Host {
 			stream.setEncoding('utf8').on('data', (text) => (this.log += text));
 		}
 		try {
-			await this.#connect(port);
-			await waitFor('the host is up', () => this.ask('ready').catch(() => false), 60_000);
+			this.socket = new OBSWebSocket();
+			this.socketUrl = `ws://127.0.0.1:${port}`;
+			const connect = () => this.socket.connect(this.socketUrl, this.password).catch(() => false);
+			await Promise.race([this.died, waitFor('obs-websocket answers', connect, 90_000)]);
+			await Promise.race([this.died, waitFor('the host is up', () => this.exists('@main'), 60_000)]);
 			await this.call('SetCurrentSceneTransition', { transitionName: 'Cut' });
 		} catch (error) {
 			await this.kill();
 			throw error;
 		}
-	}
-
-	async #connect(port) {
-		this.socket = new OBSWebSocket();
-		this.socketUrl = `ws://127.0.0.1:${port}`;
-		const isConnected = () => this.socket.connect(this.socketUrl, this.password || undefined).catch(() => false);
-		await Promise.race([this.died, waitFor('obs-websocket answers', isConnected, 90_000)]);
 	}
 
 	/** Opens the dock beside the picture, in a window that has room for both. */
@@ -216,9 +202,7 @@ export class Host {
 	}
 
 	/** A path as the host sees it, when `wrap` has given the host mounts of its own. */
-	inside(file) {
-		return path.join(`/proc/${this.process.pid}/root`, file);
-	}
+	inside = (file) => path.join(`/proc/${this.process.pid}/root`, file);
 
 	keepLog() {
 		const file = path.join(process.env.QUILLBAY_LOGS ?? os.tmpdir(), `host-${this.process.pid}.log`);
@@ -253,22 +237,23 @@ export class Host {
 		return Array.isArray(property) ? values : values[property];
 	}
 
-	async set(object, property, value) {
-		await this.ask('set', { object, property, value });
-	}
+	set = (object, property, value) => this.ask('set', { object, property, value });
 
 	/** Calls a method, with `flag` if it takes one, on the next turn of the host's event loop. */
-	async invoke(object, method, flag) {
-		await this.ask('invoke', { object, method, flag });
-	}
+	invoke = (object, method, flag) => this.ask('invoke', { object, method, flag });
 
-	async key(key, object = 'noteEditor') {
-		await this.ask('key', { object, key });
-	}
+	exists = (object) => this.get(object, []).then(() => true, () => false);
+
+	key = (key, object = 'noteEditor') => this.ask('key', { object, key });
 
 	async type(text, { object = 'noteEditor', pauseMs = 0 } = {}) {
-		await this.ask('type', { object, text, pauseMs });
+		for (const character of text) {
+			await this.ask('type', { object, text: character });
+			await sleep(pauseMs);
+		}
 	}
+
+	click = (object, at = [5, 5]) => this.ask('click', { object, at });
 
 	/** The longest time, in milliseconds, that the host's window did not react while `work` ran. */
 	async longestStall(work) {

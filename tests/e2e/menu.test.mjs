@@ -14,7 +14,7 @@ const ages = { Shown: 31, 'On air': 31, Old: 31, Young: 29, 'Not chosen': 31 };
 test('the menu leads to the choice of notes, of which the old ones that nobody uses empty themselves', async () => {
 	const studio = await Studio.open(Object.keys(ages));
 	after(() => studio.kill());
-	const appears = (object) => waitFor(object, () => studio.ask('exists', { object }));
+	const appears = (object) => waitFor(object, () => studio.exists(object));
 	const interval = () => studio.get('autoClearTimer', 'interval');
 	for (const [scene, days] of Object.entries(ages)) {
 		fs.utimesSync(await studio.plant(scene, '<p>\u25c6[mark]</p>'), 0, Date.now() / 1000 - days * 86_400);
@@ -23,7 +23,7 @@ test('the menu leads to the choice of notes, of which the old ones that nobody u
 	await studio.call('SetCurrentProgramScene', { sceneName: 'On air' });
 	await studio.call('SetCurrentPreviewScene', { sceneName: 'Shown' });
 	await studio.waitForScene('Shown');
-	await studio.ask('mouse', { object: viewport, action: 'menu', at: [20, 15] });
+	await studio.ask('menu', { object: viewport, at: [20, 15] });
 	await appears('ctxDeleteMark');
 	await studio.invoke('ctxAbout', 'trigger');
 	await appears('@modal autoClearDays');

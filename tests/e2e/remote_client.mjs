@@ -3,56 +3,38 @@
 
 // Browsers of the remote service, without the browser.
 
-import fs from 'node:fs';
-import path from 'node:path';
 import OBSWebSocket from 'obs-websocket-js/json';
-import { waitFor } from './host.mjs';
+import { freePort } from './host.mjs';
 import { Studio } from './studio.mjs';
 
-/** A studio that serves remote devices over loopback on a free port. */
+/** A studio that serves remote devices over loopback, with the first of the scenes on air. */
 export async function openRemoteStudio(scenes, options) {
-	const studio = new Studio(options);
-	fs.mkdirSync(studio.settingsFolder, { recursive: true });
-	const settings = path.join(studio.settingsFolder, 'settings.ini');
-	fs.writeFileSync(settings, '[remote]\nenabled=true\naddress=127.0.0.1\nport=0\n');
-	await studio.start();
-	await studio.openDock();
-	for (const scene of scenes) {
-		await studio.addScene(scene);
-	}
-	const find = () => /^access=(.{22})$/m.exec(fs.readFileSync(settings, 'utf8'))?.[1];
-	studio.access = await waitFor('the service has a token', find);
-	return studio;
+	const [access, port] = ['0123456789-_abcdefABCD', await freePort()];
+	const settings = ['[remote]', 'enabled=true', 'address=127.0.0.1', `port=${port}`, `access=${access}`];
+	const studio = await Studio.open(scenes, { settings, ...options });
+	await studio.show(scenes[0]);
+	return Object.assign(studio, { access, port, page: `http://127.0.0.1:${port}/#${access}` });
 }
 
 export class Client {
-	events = [];
-	#socket = new OBSWebSocket();
+	socket = new OBSWebSocket();
 
 	/** A connection of its own with an open session. */
 	static async open(studio, name) {
 		const client = new Client();
 		client.access = studio.access;
-		await client.#socket.connect(studio.socketUrl, studio.password);
-		client.#socket.on('VendorEvent', ({ vendorName, eventType, eventData }) => {
-			if (vendorName === 'QuillBay') {
-				client.events.push({ type: eventType, ...JSON.parse(eventData.payload) });
-			}
-		});
+		await client.socket.connect(studio.socketUrl, studio.password);
 		({ session: client.session } = await client.ask('Open', { name }));
 		return client;
 	}
 
 	/** The reply to an action. */
 	async ask(action, fields = {}) {
-		return this.send({ access: this.access, session: this.session, action, ...fields });
-	}
-
-	async send(payload) {
+		const payload = { access: this.access, session: this.session, action, ...fields };
 		const requestData = { payload: JSON.stringify(payload) };
 		const request = { vendorName: 'QuillBay', requestType: 'Request', requestData };
 		try {
-			const { responseData } = await this.#socket.call('CallVendorRequest', request);
+			const { responseData } = await this.socket.call('CallVendorRequest', request);
 			return JSON.parse(responseData.payload);
 		} catch (error) {
 			// While it switches scene collections the host itself refuses most requests.
@@ -63,15 +45,11 @@ export class Client {
 		}
 	}
 
-	/** The round trip of obs-websocket's own smallest request. */
-	async getVersion() {
-		return this.#socket.call('GetVersion');
-	}
-
-	/** Takes the note as it is now, if nobody else has it. */
-	async acquire(scene) {
+	/** Takes the note as it is now, if nobody else has it; `replace` is for an upload. */
+	async acquire(scene, replace = false) {
 		const { epoch, revision, ...seen } = await this.ask('GetDocument', { scene });
-		return seen.ok ? this.ask('AcquireEdit', { scene, epoch, revision }) : seen;
+		const lease = { scene, epoch, revision, replace };
+		return seen.ok ? { ...lease, ...(await this.ask('AcquireEdit', lease)) } : seen;
 	}
 
 	/** Saves the note that `acquire` or an earlier save has answered, with `word` before its text. */
@@ -83,9 +61,5 @@ export class Client {
 		const { scene, epoch, revision } = note;
 		const reply = await this.ask('SaveDocument', { scene, epoch, revision, document });
 		return reply.ok ? { ...note, ...document, revision: reply.revision } : reply;
-	}
-
-	async close() {
-		await this.#socket.disconnect();
 	}
 }

@@ -30,13 +30,9 @@ function fillDisk(folder) {
 	assert.throws(() => fs.writeFileSync(path.join(folder, '.filler'), Buffer.alloc(2 ** 20)), { code: 'ENOSPC' });
 }
 
-function freeDisk(folder) {
-	fs.rmSync(path.join(folder, '.filler'));
-}
+const freeDisk = (folder) => fs.rmSync(path.join(folder, '.filler'));
 
-function savedText(folder, scene) {
-	return plainText(readNote(path.join(folder, `${scene}.json`)).html);
-}
+const savedText = (folder) => plainText(readNote(path.join(folder, 'One.json')).html);
 
 async function assertSaveError(studio) {
 	await waitFor('the failed save', async () => (await studio.status()).startsWith(text('NoteSaveFailed')));
@@ -52,17 +48,12 @@ describe('a host that is killed', () => {
 	});
 	after(() => studio?.kill());
 
-	async function restart() {
-		await studio.start();
-		await studio.openDock();
-		await studio.waitForScene('Live');
-	}
-
 	test('has saved the first note of a new scene 600 ms after the last key', async () => {
 		await studio.type('the very first words');
 		await sleep(600);
 		await studio.kill();
-		await restart();
+		await studio.restart();
+		await studio.waitForScene('Live');
 		assert.equal(await studio.plain(), 'the very first words');
 	});
 
@@ -89,9 +80,18 @@ describe('a host that is killed', () => {
 			const due = words.filter(isDue).map(({ word }) => word).join('').trimEnd();
 			assert.ok(saved.startsWith(due) || due === '', `round ${round}: "${saved}" is older than "${due}"`);
 			before = saved;
-			await restart();
+			await studio.restart();
+			await studio.waitForScene('Live');
 			assert.equal((await studio.plain()).trimEnd(), saved);
 		}
+	});
+
+	test('makes a notes folder again that is gone', async () => {
+		fs.rmSync(studio.notesFolder, { recursive: true });
+		await studio.type('again');
+		await waitFor('the note is saved', () => fs.existsSync(path.join(studio.notesFolder, 'Live.json')));
+		await studio.waitForSave();
+		assert.equal(await studio.savedText('Live'), await studio.plain());
 	});
 });
 
@@ -102,36 +102,31 @@ describe('notes that cannot be written', () => {
 	});
 	after(() => studio?.kill());
 
-	/** An edit that cannot be saved stays in the dock, whatever scene is chosen, until it can. */
-	async function assertKept(breakFolder, mendFolder) {
-		const folder = studio.inside(studio.notesFolder);
-		await studio.show('One');
-		await studio.key('Ctrl+A');
-		await studio.type('old');
-		await studio.waitForSave();
-		breakFolder(folder);
-		await studio.type(', new');
-		await assertSaveError(studio);
-		await studio.call('SetCurrentProgramScene', { sceneName: 'Two' });
-		await studio.type('er');
-		await assertSaveError(studio);
-		assert.equal(await studio.get('sceneLabel', 'text'), 'One');
-		assert.equal(await studio.plain(), 'old, newer');
-		assert.equal(savedText(folder, 'One'), 'old', 'the old file is whole');
-		mendFolder(folder);
-		await studio.type('!');
-		await studio.waitForSave();
-		assert.equal(await studio.get('saveError', 'visible'), false);
-		assert.equal(savedText(folder, 'One'), 'old, newer!');
-		await studio.call('SetCurrentProgramScene', { sceneName: 'One' });
-		await studio.show('Two');
-		assert.equal(await studio.plain(), '');
+	const breaks = [
+		['the disk is full', fillDisk, freeDisk],
+		['the folder may not be written', (folder) => fs.chmodSync(folder, 0o555), (folder) => fs.chmodSync(folder, 0o755)],
+	];
+	for (const [why, breakFolder, mendFolder] of breaks) {
+		test(`for ${why}, stay in the dock until they can`, async () => {
+			const folder = studio.inside(studio.notesFolder);
+			await studio.show('One');
+			await studio.key('Ctrl+A');
+			await studio.type('old');
+			await studio.waitForSave();
+			breakFolder(folder);
+			await studio.type(', new');
+			await assertSaveError(studio);
+			await studio.call('SetCurrentProgramScene', { sceneName: 'Two' });
+			await studio.type('er');
+			await assertSaveError(studio);
+			assert.deepEqual([await studio.get('sceneLabel', 'text'), await studio.plain()], ['One', 'old, newer']);
+			assert.equal(savedText(folder), 'old', 'the old file is whole');
+			mendFolder(folder);
+			await studio.waitForSave();
+			assert.equal(await studio.get('saveError', 'visible'), false);
+			assert.equal(savedText(folder), 'old, newer');
+		});
 	}
-
-	test('for the disk is full', () => assertKept(fillDisk, freeDisk));
-
-	test('for the folder may not be written', () =>
-		assertKept((folder) => fs.chmodSync(folder, 0o555), (folder) => fs.chmodSync(folder, 0o755)));
 
 	test('for the disk is full, while scenes and collections are switched', async () => {
 		await acrossCollections(['One', 'Two'], { wrap: onSmallDisk }, async (own) => {
@@ -145,25 +140,12 @@ describe('notes that cannot be written', () => {
 			await waitFor('the other collection', async () =>
 				(await own.call('GetSceneCollectionList')).currentSceneCollectionName === 'Elsewhere');
 			assert.equal(await own.plain(), 'old, new');
-			assert.equal(savedText(folder, 'One'), 'old');
+			assert.equal(savedText(folder), 'old');
 			freeDisk(folder);
 			await own.call('SetCurrentSceneCollection', { sceneCollectionName: 'Untitled' });
 			await own.show('One');
 			assert.equal(await own.plain(), 'old, new');
-			assert.equal(savedText(folder, 'One'), 'old, new');
-			await own.show('Two');
-			assert.equal(await own.plain(), '');
+			assert.equal(savedText(folder), 'old, new');
 		});
 	});
-});
-
-test('a notes folder that is gone is made again', async (t) => {
-	const studio = await Studio.open(['One']);
-	t.after(() => studio.kill());
-	await studio.write('One', 'one');
-	fs.rmSync(studio.notesFolder, { recursive: true });
-	await studio.type(', again');
-	await waitFor('the note is saved', () => fs.existsSync(path.join(studio.notesFolder, 'One.json')));
-	await studio.waitForSave();
-	assert.equal(await studio.savedText('One'), 'one, again');
 });

@@ -26,12 +26,13 @@ export const viewport = 'noteEditor qt_scrollarea_viewport';
 export const scrollBar = 'noteEditor qt_scrollarea_vcontainer .QScrollBar';
 
 export class Studio extends Host {
-	/** A running host with the dock open over the scenes named. */
-	static async open(scenes, options) {
+	/** A running host with the dock open over the scenes named. `settings` are the module's, line by line. */
+	static async open(scenes, { settings = [], ...options } = {}) {
 		const studio = new Studio(options);
 		try {
-			await studio.start();
-			await studio.openDock();
+			fs.mkdirSync(studio.settingsFolder, { recursive: true });
+			fs.writeFileSync(path.join(studio.settingsFolder, 'settings.ini'), settings.join('\n'));
+			await studio.restart();
 			for (const scene of scenes) {
 				await studio.addScene(scene);
 			}
@@ -40,6 +41,12 @@ export class Studio extends Host {
 			await studio.kill();
 			throw error;
 		}
+	}
+
+	/** Starts the host, at first or once more, with the dock open. */
+	async restart() {
+		await this.start();
+		await this.openDock();
 	}
 
 	get settingsFolder() {
@@ -52,9 +59,7 @@ export class Studio extends Host {
 
 	// --- scenes ----------------------------------------------------------------------------------------------
 
-	async addScene(name) {
-		await this.call('CreateScene', { sceneName: name });
-	}
+	addScene = (name) => this.call('CreateScene', { sceneName: name });
 
 	/** Puts a scene on air and waits until its note shows. */
 	async show(scene) {
@@ -62,21 +67,44 @@ export class Studio extends Host {
 		await this.waitForScene(scene);
 	}
 
-	async waitForScene(scene) {
-		await waitFor(`the dock shows ${scene}`, async () => (await this.get('sceneLabel', 'text')) === scene);
-	}
+	waitForScene = (scene) =>
+		waitFor(`the scene ${scene}`, async () => (await this.get('sceneLabel', 'text')) === scene);
+
+	press = (hotkey) => this.call('TriggerHotkeyByName', { hotkeyName: `QuillBay.${hotkey}` });
+
+	// --- dialogs ---------------------------------------------------------------------------------------------
+
+	waitForDialog = (part = '') => waitFor('the dialog is open', () => this.exists(`@modal ${part}`.trim()));
+
+	waitForNoDialog = () => waitFor('the dialog is closed', async () => !(await this.exists('@modal')));
 
 	/** Chooses an entry of the host's menus; `answer` then drives the dialog that it opens. */
 	async choose(action, answer) {
 		await this.invoke('@main', action);
-		await waitFor('the dialog is open', () => this.ask('exists', { object: '@modal' }));
+		await this.waitForDialog();
 		await answer();
-		await waitFor('the dialog is closed', async () => !(await this.ask('exists', { object: '@modal' })));
+		await this.waitForNoDialog();
 	}
 
 	async fillName(name) {
 		await this.set('@modal .QLineEdit', 'text', name);
 		await this.invoke('@modal', 'accept');
+	}
+
+	/** Runs a command that asks for a file. */
+	async chooseFile(file, ...command) {
+		await this.invoke(...command);
+		await this.waitForDialog('fileNameEdit');
+		await this.set('@modal fileNameEdit', 'text', file);
+		await this.invoke('@modal', 'accept');
+	}
+
+	/** Agrees to the question, and returns it. */
+	async agree() {
+		await this.waitForDialog('qt_msgbox_label');
+		const question = await this.get('@modal', 'text');
+		await this.invoke('@modal .QPushButton', 'click');
+		return question;
 	}
 
 	// --- notes -----------------------------------------------------------------------------------------------
@@ -89,32 +117,34 @@ export class Studio extends Host {
 	}
 
 	/** The open note's text. */
-	async plain() {
-		return this.get('noteEditor', 'plainText');
-	}
+	plain = () => this.get('noteEditor', 'plainText');
 
 	/** The latest status message. */
-	async status() {
-		return this.get('saveStatus', 'toolTip');
-	}
+	status = () => this.get('saveStatus', 'toolTip');
 
 	async paste(data) {
 		await this.ask('clipboard', data);
 		await this.key('Ctrl+V');
 	}
 
-	async scrollPosition() {
-		return this.get(scrollBar, 'value');
+	async clear() {
+		await this.key('Ctrl+A');
+		await this.key('Delete');
 	}
 
-	async waitForSave() {
-		await waitFor('the note is saved', async () => (await this.status()) === text('SavedNote'));
+	scrollPosition = () => this.get(scrollBar, 'value');
+
+	async waitForStatus(key, ...numbers) {
+		const status = numbers.reduce((shown, number, i) => shown.replace(`%${i + 1}`, number), text(key));
+		await waitFor(`the status ${status}`, async () => (await this.status()) === status);
 	}
+
+	waitForSave = () => this.waitForStatus('SavedNote');
+
+	waitForNote = (note) => waitFor(`the note ${note}`, async () => (await this.plain()) === note);
 
 	/** The scene's UUID and note record. */
-	async sceneInfo(scene) {
-		return this.ask('scene', { scene });
-	}
+	sceneInfo = (scene) => this.ask('scene', { scene });
 
 	async noteFile(scene) {
 		const { record } = await this.sceneInfo(scene);
@@ -122,16 +152,15 @@ export class Studio extends Host {
 	}
 
 	/** The text in the scene's note file. */
-	async savedText(scene) {
-		return plainText(readNote(await this.noteFile(scene)).html);
-	}
+	savedText = async (scene) => plainText(readNote(await this.noteFile(scene)).html);
 
 	/** Gives a scene a note file with these contents (text or bytes), and shows it. */
 	async plant(scene, html) {
 		const { uuid } = await this.sceneInfo(scene);
 		const file = path.join(this.notesFolder, `${scene}.json`);
 		fs.mkdirSync(this.notesFolder, { recursive: true });
-		fs.writeFileSync(file, encodeNote({ sceneId: uuid, sceneName: scene, html }));
+		const note = { format: 'OBS-QuillBay', version: 1, sceneId: uuid, sceneName: scene, html };
+		fs.writeFileSync(file, JSON.stringify(note));
 		await this.ask('scene', { scene, record: { id: uuid, file: path.basename(file), name: scene } });
 		return file;
 	}
@@ -156,10 +185,6 @@ export async function acrossCollections(scenes, options, work) {
 	}
 }
 
-export function encodeNote(note) {
-	return JSON.stringify({ format: 'OBS-QuillBay', version: 1, ...note });
-}
-
 /** A note file's members; throws when the file is not whole. */
 export function readNote(file) {
 	return JSON.parse(fs.readFileSync(file, 'utf8'));
@@ -167,13 +192,7 @@ export function readNote(file) {
 
 /** The text of a note's HTML, one line a paragraph: enough for notes that are typed. */
 export function plainText(html) {
-	const body = html.replace(/^[^]*<body[^>]*>/, '');
-	const lines = [...body.matchAll(/<(?:p|li)\b[^>]*>([^]*?)<\/(?:p|li)>/g)].map(([, inner]) => inner);
-	return lines
-		.map((line) => line.replace(/<[^>]*>/g, ''))
-		.join('\n')
-		.replace(/&lt;/g, '<')
-		.replace(/&gt;/g, '>')
-		.replace(/&quot;/g, '"')
-		.replace(/&amp;/g, '&');
+	const lines = html.replace(/^[^]*<body[^>]*>/, '').matchAll(/<(?:p|li)\b[^>]*>([^]*?)<\/(?:p|li)>/g);
+	const plain = [...lines].map(([, inner]) => inner.replace(/<[^>]*>/g, '')).join('\n');
+	return plain.replace(/&(lt|gt|quot|amp);/g, (_, name) => ({ lt: '<', gt: '>', quot: '"', amp: '&' })[name]);
 }

@@ -18,16 +18,7 @@ QString letters(int count)
 	return QString(count, u'a');
 }
 
-// A text at the limit of all characters; only its last paragraph is at its own limit.
-QString fullText()
-{
-	return (letters(9'999) + u'\n').repeated(19) + letters(10'000);
-}
-
-QString halves()
-{
-	return letters(6'000) + u'\n' + letters(5'000);
-}
+const QString kHalves = letters(6'000) + u'\n' + letters(5'000);
 
 class ShownEditor : public Editor {
 public:
@@ -107,10 +98,10 @@ private Q_SLOTS:
 	{
 		constexpr auto kNone = Qt::NoModifier;
 		constexpr auto kCtrl = Qt::ControlModifier;
-		const QString full = fullText();
+		// Only its last paragraph is at its own limit.
+		const QString full = (letters(9'999) + u'\n').repeated(19) + letters(10'000);
 		const QString free = full.left(kMaxTextLength - 1);
 		const QString longest = letters(kMaxParagraphLength);
-		const QString two = halves();
 		const QString rows = QString(kMaxParagraphs - 1, u'\n');
 		const auto check = [](const char *name, const QString &text, int anchor, int position, int key,
 				      bool isRefused, Qt::KeyboardModifiers modifiers = {}, const QString &typed = {}) {
@@ -130,30 +121,23 @@ private Q_SLOTS:
 		};
 		check("full: letter", full, 5, 5, Qt::Key_X, true, kNone, "x");
 		check("full: return", full, 5, 5, Qt::Key_Return, true, kNone, "\r");
-		check("full: letter for a letter", full, 5, 6, Qt::Key_X, false, kNone, "x");
-		check("full: two characters for one", full, 5, 6, Qt::Key_X, true, kNone, "xy");
-		check("full: backspace", full, 5, 5, Qt::Key_Backspace, false, kNone, "\b");
 		check("one free: letter", free, 5, 5, Qt::Key_X, false, kNone, "x");
 		check("long: letter", longest, 5, 5, Qt::Key_X, true, kNone, "x");
-		check("long: tab", longest, 5, 5, Qt::Key_Tab, true, kNone, "\t");
 		check("long: letter with Super", longest, 5, 5, Qt::Key_X, true, Qt::MetaModifier, "x");
 		check("long: letter with AltGr", longest, 5, 5, Qt::Key_Q, true, kCtrl | Qt::AltModifier, "@");
 		check("long: joiner", longest, 5, 5, Qt::Key_2, true, kCtrl | Qt::ShiftModifier, QChar(0x200c));
 		check("long: keypad digit", longest, 5, 5, Qt::Key_5, true, kCtrl | Qt::KeypadModifier, "5");
 		check("long: return", longest, 5, 5, Qt::Key_Return, false, kNone, "\r");
-		check("long: keypad enter", longest, 5, 5, Qt::Key_Enter, false, Qt::KeypadModifier, "\r");
 		check("long: line break", longest, 5, 5, Qt::Key_Return, true, Qt::ShiftModifier, "\r");
-		check("halves: backspace", two, 6001, 6001, Qt::Key_Backspace, true, kNone, "\b");
-		check("halves: backspace over a word", two, 6001, 6001, Qt::Key_Backspace, true, kCtrl);
-		check("halves: delete", two, 6000, 6000, Qt::Key_Delete, true, kNone, "\x7f");
-		check("halves: delete a word", two, 6000, 6000, Qt::Key_Delete, true, kCtrl);
+		check("halves: backspace", kHalves, 6001, 6001, Qt::Key_Backspace, true, kNone, "\b");
+		check("halves: delete", kHalves, 6000, 6000, Qt::Key_Delete, true, kNone, "\x7f");
+		check("halves: delete a word", kHalves, 6000, 6000, Qt::Key_Delete, true, kCtrl);
 		if (!QKeySequence::keyBindings(QKeySequence::DeleteEndOfLine).isEmpty()) {
-			check("halves: delete the line's end", two, 6000, 6000, Qt::Key_K, true, kCtrl);
+			check("halves: delete the line's end", kHalves, 6000, 6000, Qt::Key_K, true, kCtrl);
 		}
-		check("halves: delete within", two, 5999, 5999, Qt::Key_Delete, false, kNone, "\x7f");
-		check("halves: letter for the break", two, 6000, 6001, Qt::Key_X, true, kNone, "x");
-		check("halves: cut the break", two, 5999, 6001, Qt::Key_X, true, kCtrl);
-		check("halves: cut enough", two, 4000, 6001, Qt::Key_X, false, kCtrl);
+		check("halves: letter for the break", kHalves, 6000, 6001, Qt::Key_X, true, kNone, "x");
+		check("halves: cut the break", kHalves, 5999, 6001, Qt::Key_X, true, kCtrl);
+		check("halves: cut enough", kHalves, 4000, 6001, Qt::Key_X, false, kCtrl);
 		check("rows: return", rows, 5, 5, Qt::Key_Return, true, kNone, "\r");
 		check("rows: return for a break", rows, 5, 6, Qt::Key_Return, false, kNone, "\r");
 	}
@@ -161,18 +145,14 @@ private Q_SLOTS:
 	void pastesKeepTheLimits()
 	{
 		const QString note = "[note]";
-		const QString six = letters(6'000) + u'\n';
 		const QString longLine = letters(10'001);
-		const QString tail = letters(4'001) + u'\n';
-		const QString tables = QString("<table><tr><td>").repeated(20);
 		const auto check = [](const char *name, const QString &before, const QString &text, const QString &html,
 				      const QString &after = {}) {
 			ShownEditor editor;
 			editor.setText(before, 0, int(before.size()));
-			QApplication::clipboard()->setMimeData(ShownEditor::mimeData(text, html).release());
 			QElapsedTimer timer;
 			timer.start();
-			QTest::keySequence(&editor, QKeySequence::Paste);
+			editor.paste(text, html);
 			const bool isRefused = after.isNull();
 			QVERIFY2(!isRefused || timer.elapsed() < 250, name);
 			QVERIFY2(editor.refusals == (isRefused ? 1 : 0), name);
@@ -181,47 +161,32 @@ private Q_SLOTS:
 			QVERIFY2(editor.toPlainText() == before, name);
 		};
 		check("line ends", note, "1\r\n2\r3\n", {}, "1\n2\n3\n");
-		check("rich text", note, "bold", "<b>bold</b>", "bold");
 		check("rich text alone", note, {}, "<p>1</p><p>2</p>", "1\n2");
 		check("neither: the selection stays", note, {}, {}, note);
 		check("too long a line", note, longLine, {});
-		check("too long beside the rest", six, tail, {}, tail);
 		check("rich text longer than it says", note, "short", "<p>" + longLine);
 		check("plain text longer than the rich", note, longLine, "<b>short</b>");
 		check("edges of frames", note, QString(20'000, QChar(0xfdd0)), {});
-		check("ruinous", note, "x", tables);
+		check("ruinous", note, "x", QString("<table><tr><td>").repeated(20));
 		check("50 MB", note, letters(50'000'000), {});
 		check("50 MB of rich text", note, {}, letters(50'000'000));
-		check("50 MB of lines", note, QString(25'000'000, u'\n'), {});
 		QApplication::clipboard()->clear();
 	}
 
 	void dropsKeepTheLimits()
 	{
-		const auto check = [](const QString &before, const QString &text, const QString &html, bool isAccepted,
-				      int refusals) {
-			ShownEditor editor;
-			editor.setText(before);
-			QCOMPARE(editor.drop(text, html), isAccepted);
-			QCOMPARE(editor.refusals, refusals);
-			QCOMPARE(editor.toPlainText(), isAccepted ? "drop" + before : before);
-			editor.undo();
-			QCOMPARE(editor.toPlainText(), before);
-		};
-		check("note", "drop", "<b>drop</b>", true, 0);
-		check("note", letters(10'001), {}, false, 0);
-		check("note", QString(20'000, u'\n'), {}, false, 0);
-		check("note", "drop", "<p>" + letters(10'001), false, 0);
-		check("note", "x", QString("<div>").repeated(10'000), false, 0);
-		check(letters(10'000), "drop", "<b>drop</b>", false, 1);
+		ShownEditor editor;
+		editor.setText(letters(9'996));
+		QVERIFY(!editor.drop(letters(10'001), {}) && !editor.drop("x", QString("<div>").repeated(10'000)));
+		QVERIFY(editor.drop("drop", "<b>drop</b>") && !editor.drop("drop", {}));
+		QCOMPARE(editor.refusals, 1);
+		QCOMPARE(editor.toPlainText(), "drop" + letters(9'996));
 	}
 
 	void pastedTextIsShownWithItsFormat()
 	{
 		ShownEditor editor;
-		editor.setText(QStringLiteral("\n").repeated(100), 50, 50);
 		editor.paste("x", "<b>x</b>");
-		editor.select(50, 51);
 		QCOMPARE(editor.fontWeight(), int(QFont::Bold));
 		editor.paste("plain\n" + QString(60, u'\n'), {});
 		QVERIFY(editor.viewport()->rect().contains(editor.cursorRect()));
@@ -242,57 +207,41 @@ private Q_SLOTS:
 		}
 	}
 
-	void draggedTextMovesWholeOrNotAtAll_data()
-	{
-		QTest::addColumn<QString>("text");
-		QTest::addColumn<QList<int>>("places"); // the selection's ends, and where to
-		QTest::addColumn<QString>("after");
-		QTest::newRow("moves") << "one two\nend" << QList{0, 4, 8} << "two\none end";
-		QTest::newRow("moves up") << "one two\nend" << QList{8, 11, 4} << "one endtwo\n";
-		const QString joining = letters(20) + u'\n' + letters(6'000) + u'\n' + letters(5'000);
-		QTest::newRow("leaves too much behind") << joining << QList{6'010, 6'022, 5} << joining;
-	}
-
 	void draggedTextMovesWholeOrNotAtAll()
 	{
 		if (QGuiApplication::platformName() == "offscreen") {
 			QSKIP("No drags on this platform");
 		}
-		QFETCH(const QString, text);
-		QFETCH(const QList<int>, places);
-		QFETCH(const QString, after);
-		ShownEditor editor;
-		editor.setFont(QFont(editor.font().family(), 4));
-		editor.resize(1000, 800);
-		editor.setText(text, places[0], places[1]);
-		QTextCursor source = editor.textCursor();
-		source.setPosition(places[0] + 2);
-		QTextCursor target = editor.textCursor();
-		target.setPosition(places[2]);
-		const QPoint start = editor.cursorRect(source).center();
-		const QPoint end = editor.cursorRect(target).center();
-		QWidget *view = editor.viewport();
-		const QPoint there = view->mapTo(view->window(), end);
-		QTest::mousePress(view, Qt::LeftButton, {}, start);
-		QTimer::singleShot(50, view, [there, window = view->window()->windowHandle()] {
-			QTest::mouseMove(window, there);
-			QTest::mouseMove(window, there + QPoint(1, 0));
-			QTest::mouseRelease(window, Qt::LeftButton, {}, there);
-		});
-		QTest::mouseMove(view, start + QPoint(QApplication::startDragDistance() + 2, 0));
-		QTRY_COMPARE(editor.toPlainText(), after);
-		QCOMPARE(editor.refusals, text == after ? 1 : 0);
+		const auto check = [](const QString &text, int from, int to, int target, const QString &after) {
+			ShownEditor editor;
+			editor.setFont(QFont(editor.font().family(), 4));
+			editor.resize(1000, 800);
+			editor.setText(text, target, target);
+			const QPoint end = editor.cursorRect().center();
+			editor.select(from + 2, from + 2);
+			const QPoint start = editor.cursorRect().center();
+			editor.select(from, to);
+			QWidget *view = editor.viewport();
+			const QPoint there = view->mapTo(view->window(), end);
+			QTest::mousePress(view, Qt::LeftButton, {}, start);
+			QTimer::singleShot(50, view, [there, window = view->window()->windowHandle()] {
+				QTest::mouseMove(window, there);
+				QTest::mouseMove(window, there + QPoint(1, 0));
+				QTest::mouseRelease(window, Qt::LeftButton, {}, there);
+			});
+			QTest::mouseMove(view, start + QPoint(QApplication::startDragDistance() + 2, 0));
+			QTRY_COMPARE(editor.toPlainText(), after);
+			QCOMPARE(editor.refusals, text == after ? 1 : 0);
+		};
+		check("one two\nend", 0, 4, 8, "two\none end");
+		check("one two\nend", 8, 11, 4, "one endtwo\n");
+		const QString joining = letters(20) + u'\n' + kHalves;
+		check(joining, 6'010, 6'022, 5, joining); // leaves too much behind
 	}
 
 	void compositionKeepsTheLimits()
 	{
 		ShownEditor editor;
-		editor.setText(letters(10'000));
-		editor.compose("ni", {});
-		editor.compose({}, "你");
-		QCOMPARE(editor.refusals, 1);
-		QCOMPARE(editor.toPlainText(), letters(10'000));
-		QVERIFY(editor.textCursor().block().layout()->preeditAreaText().isEmpty());
 		// A replacement counts from where the selection was once it is gone.
 		const auto check = [&editor](int anchor, int position, const QString &commit, int from, int length,
 					     const QString &after) {
@@ -304,12 +253,12 @@ private Q_SLOTS:
 		check(0, 1, "你", 0, 0, "你" + letters(9'999));
 		check(1, 1, "们", -1, 1, "们" + letters(9'999));
 		check(1, 1, "你们", -1, 1, letters(10'000));
-		check(10, 12, "12345", -2, 3, letters(8) + "12345" + letters(9'987));
 		check(10, 12, "123456", -2, 3, letters(10'000));
-		editor.setText(halves(), 6000, 6001);
+		editor.setText(kHalves, 6000, 6001);
 		editor.compose("ni", {});
 		QCOMPARE(editor.refusals, 1);
-		QCOMPARE(editor.toPlainText(), halves());
+		QCOMPARE(editor.toPlainText(), kHalves);
+		QVERIFY(editor.textCursor().block().layout()->preeditAreaText().isEmpty());
 	}
 
 	void nothingEntersWhileReadOnly()
@@ -323,10 +272,8 @@ private Q_SLOTS:
 		editor.press(Qt::Key_X, Qt::ControlModifier);
 		editor.paste("x", "<b>x</b>");
 		editor.insertCheckedText("x");
-		editor.deleteSelection(false);
 		editor.deleteSelection(true);
 		editor.compose({}, "你");
-		editor.compose("ni", {});
 		editor.turnWheel(120);
 		QVERIFY(!editor.drop("x", {}));
 		QCOMPARE(editor.toHtml(), before);
@@ -342,20 +289,18 @@ private Q_SLOTS:
 		editor.select(0, 1);
 		editor.deleteSelection(true);
 		QCOMPARE(QApplication::clipboard()->text(), "1");
-		editor.setText(halves(), 5999, 6001);
+		editor.setText(kHalves, 5999, 6001);
 		editor.deleteSelection(false);
 		editor.deleteSelection(true);
 		QCOMPARE(editor.refusals, 2);
-		QCOMPARE(editor.toPlainText(), halves());
+		QCOMPARE(editor.toPlainText(), kHalves);
 		QCOMPARE(QApplication::clipboard()->text(), "1");
-		editor.onTextLimit = nullptr;
-		QVERIFY(!editor.acceptsText(letters(10'001), editor.textCursor()));
 	}
 
 	void whatAsksNobodyIsUndone()
 	{
 		ShownEditor editor;
-		editor.setText(halves());
+		editor.setText(kHalves);
 		for (const char *name : {"edit-delete", "edit-cut"}) {
 			editor.refusals = 0;
 			editor.select(5999, 6001);
@@ -364,7 +309,7 @@ private Q_SLOTS:
 			QVERIFY(action);
 			action->trigger();
 			QTRY_COMPARE(editor.refusals, 1);
-			QCOMPARE(editor.toPlainText(), halves());
+			QCOMPARE(editor.toPlainText(), kHalves);
 			QVERIFY(!editor.document()->isRedoAvailable());
 		}
 	}
@@ -397,17 +342,12 @@ private Q_SLOTS:
 		check(60, {11, 144, pixels + 1});
 		check(240, {13, 144, pixels + 3});
 		editor.undo();
-		check(0, {11, 144, pixels + 1});
 		check(-240, {9, 142, pixels - 1});
 		editor.turnWheel(60);
 		editor.turnWheel(1, Qt::NoModifier); // ends the gesture
 		check(60, {9, 142, pixels - 1});
-		for (int i = 0; i < 2; ++i) {
-			editor.document()->clearUndoRedoStacks();
-			editor.resizeText(-200);
-			check(0, {6, 6, 6});
-			QCOMPARE(editor.document()->isUndoAvailable(), i == 0);
-		}
+		editor.resizeText(-200);
+		check(0, {6, 6, 6});
 		editor.loadHtml({});
 		const qreal typing = editor.currentFont().pointSizeF();
 		editor.turnWheel(240);
@@ -432,38 +372,23 @@ private Q_SLOTS:
 			const QImage image = strip->grab().toImage();
 			QCOMPARE(image.pixelColor(0, editor.cursorRect().center().y()), QColor(Qt::red));
 		}
-		QVERIFY(QTest::qWaitForWindowExposed(&editor));
-		// What has only been scrolled looks like what is painted whole.
-		for (int i = 0; i < 40; ++i) {
-			editor.verticalScrollBar()->setValue(editor.verticalScrollBar()->value() - 1);
-			QCoreApplication::sendPostedEvents();
-		}
-		const QImage screen = editor.screen()->grabWindow(editor.winId()).toImage();
-		QCOMPARE(screen.convertToFormat(QImage::Format_RGB32),
-			 editor.grab().toImage().convertToFormat(QImage::Format_RGB32));
 		QApplication::setPalette(before);
 	}
 
 	void looksFollowTheOwnersSwitches()
 	{
 		ShownEditor editor;
-		editor.setStyleSheet("QTextEdit { font-size: 20px; selection-background-color: #000000; }"
+		editor.setStyleSheet("QTextEdit { selection-background-color: #000000; }"
 				     "QTextEdit[readOnly=\"true\"] { selection-background-color: #0000ff; }"
 				     "QTextEdit[searchMatch=\"true\"] { selection-background-color: #fff200; }");
 		editor.setSearchMatch(true);
 		QCOMPARE(editor.palette().color(QPalette::Highlight), QColor(0xff, 0xf2, 0));
 		editor.setSearchMatch(false);
-		const QFont font("Monospace", 33);
-		editor.document()->setDefaultFont(font);
 		editor.setReadOnly(true);
 		QCOMPARE(editor.palette().color(QPalette::Highlight), QColor(Qt::blue));
-		QCOMPARE(editor.document()->defaultFont(), font);
 		const QMargins margins = editor.margins();
 		editor.setQrSpace(true);
-		editor.setQrSpace(true);
 		QCOMPARE(editor.margins(), margins + QMargins(0, 0, 28, 0));
-		editor.setQrSpace(false);
-		QCOMPARE(editor.margins(), margins);
 	}
 
 	void aCopiedPictureStaysAName()
@@ -475,10 +400,6 @@ private Q_SLOTS:
 		const QMimeData *copied = QApplication::clipboard()->mimeData();
 		QVERIFY(copied->html().contains("/etc/hostname"));
 		QCOMPARE(copied->formats(), QStringList({"text/html", "text/plain"}));
-		editor.loadHtml("<p>ab</p>");
-		editor.selectAll();
-		editor.copy();
-		QVERIFY(QApplication::clipboard()->mimeData()->formats().size() > 2);
 	}
 };
 

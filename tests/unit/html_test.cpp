@@ -8,8 +8,6 @@
 #include <QtTest>
 #include <QtWidgets>
 
-#include <sys/stat.h>
-
 namespace quillbay::test {
 
 namespace {
@@ -59,7 +57,6 @@ QColor shownColor(const QString &source)
 	document.drawContents(&painter);
 	return canvas.pixelColor(20, 20);
 }
-
 } // namespace
 
 class HtmlTest : public QObject {
@@ -76,7 +73,6 @@ private Q_SLOTS:
 		};
 		const QString paragraphs = times(20'000, "<p>line</p>");
 		check("nested tables", times(14, "<table><tr><td>"));
-		check("much text in nested tables", times(6, "<table><tr><td>") + QString(190'000, u'x'));
 		check("many cells", "<table>" + times(20'000, "<tr><td>a<td>b") + "</table>");
 		check("wide cells", "<table>" + times(20, "<tr><td colspan=5000>x"));
 		check("spans of spans", "<table>" + times(300, "<tr><td rowspan=100000>x"));
@@ -85,26 +81,20 @@ private Q_SLOTS:
 		check("unclosed formatting", times(10'000, "<b><i><u>x"));
 		check("a long word", QString(200'001, u'x'));
 		check("runs", times(200'000, "<span style='color:#%1'>x</span>"));
-		check("runs of one paragraph", "<p>" + times(100'000, "<span style=\"color:#%1\">x</span>"));
 		check("rules in rules", "<style>" + times(60, ".b .a{color:red}") + "</style>" +
 						times(50, "<div class=a>") + times(1500, "<p class=a>x</p>"));
-		check("rules behind a comment",
-		      "<style>/*{*/" + times(500, "*,") + "*{color:red}</style>" + paragraphs);
+		const QString everything = times(500, "*,") + "*{color:red}</style>";
+		check("rules behind a comment", "<style>/*{*/" + everything + paragraphs);
+		check("a long style", "<p style=\"" + times(20'000, "border:1px;") + "\">");
 		check("a long list", "<ul>" + times(20'000, "<li>x") + "</ul>");
-		check("floats", times(1000, "<img src=x style='float:left'>"));
 		check("floats by rule", "<style>img{f\\6coat:left}</style>" + times(1000, "<img src=x>"));
 		check("sibling rules", "<style>p ~ b {color:red}</style>" + paragraphs);
-		check("many rules", "<style>" + times(500, "*{color:red}") + "</style>" + paragraphs);
 		check("rules read again", "<style>" + times(3000, "a{color:red}") + times(2000, "</x>"));
-		check("rules for one class", "<style>" + times(300, ".x{border:1px;margin:0;color:red}") + "</style>" +
-						     times(2000, "<p class=x>x"));
-		check("a long style", "<p style=\"" + times(20'000, "border:1px;") + "\">");
 		check("a stroke of dashes", "<p style=\"-qt-stroke-dasharray:0.0001,0.0001\">x");
 		check("bidirectional text in tables", times(3, "<table><tr><td>") + QString(190'000, QChar(0x5d0)));
 		check("fonts", times(5000, "<p style=\"font-family:'f%1'\">x"));
 		check("empty elements", times(1'000'000, "<b>") + times(1'000'000, "</b>"));
 		check("attributes", "<p " + times(2'000'000, "a=b ") + ">");
-		check("attributes of many elements", times(120'000, "<b a b c>"));
 		check("white space", QString(70'000'000, u' '));
 		check("a fragment in a comment", "<x a=\"<!--StartFragment-->" + times(14, "<table><tr><td>"));
 	}
@@ -120,19 +110,13 @@ private Q_SLOTS:
 		check("Word", "<html><head><!--[if gte mso 9]><xml><w:LatentStyles>" +
 				      times(376, "<w:LsdException Name=\"%1\"/>") + "</xml><![endif]--><style><!--" +
 				      times(120, style) + "--></style></head><body>" + QString(run).repeated(1500));
-		check("a long text of Word",
-		      "<style><!--" + times(130, style) + "--></style>" +
-			      times(4000, "<p class=MsoNormal><span>lorem</span> <b>ips</b></p>"));
 		check("a styled page of the web", "<style>" + times(500, ".nav%1 .x > li a:hover, .b%1{color:red}") +
 							  "</style>" + times(8, "<div class=\"a b\">") +
 							  times(1500, "<p class=q>lorem <b>ips</b></p>"));
-		check("a mail", times(6, "<table width=600 cellpadding=0><tr><td align=center>") +
-					times(40, "<p>A line of a newsletter.</p>"));
-		check("nested lists", times(8, "<ul><li>item</li><li>item") + times(8, "</li></ul>"));
+		check("a mail", times(6, "<table width=600><tr><td align=center>") + times(40, "<p>A line."));
 		check("a page with optional tags left out", times(3000, "<p>one<br>two") + "<ul>" +
 								    times(500, "<li>x") + "<table>" +
 								    times(60, "<tr><td>a<td>b"));
-		check("code", "<pre>" + times(150, "<span style=\"color:#00f\">if</span> (a &lt; b) {\n") + "</pre>");
 		check("a large picture", "<img src=\"data:image/png;base64," + QString(40'000'000, u'A') + "\">");
 		QTextDocument note;
 		QTextCursor cursor(&note);
@@ -158,7 +142,6 @@ private Q_SLOTS:
 		check("all characters in all paragraphs", savedText(line.repeated(20'000).chopped(1)), true);
 		check("a character too many", savedText(line.repeated(20'000)), false);
 		check("a paragraph too many", savedText(QString(20'000, u'\n')), false);
-		check("empty paragraphs", savedText(QString(19'999, u'\n')), true);
 		check("the longest paragraph", savedText(QString(10'000, u'<')), true);
 		check("a longer paragraph", savedText(QString(10'001, u'<')), false);
 		QTextDocument formatted;
@@ -172,6 +155,7 @@ private Q_SLOTS:
 	// Words so long that a few of them make a block too long, in tags as Qt and as nobody else writes them.
 	void conclusionsHoldForAnyHtml()
 	{
+		static const QString kWord(5'000, u'x');
 		static const QStringList kOddParts =
 			(QString("<p>¦</p>¦<div>¦</div>¦<b>¦</b>¦<ul>¦</ul>¦<li>¦</li>¦<br>¦<hr>¦<br/>¦text ¦ ¦\n¦"
 				 "&amp;¦&#10;¦&#x2029;¦&¦\u2029¦\u2028¦<pre>¦</pre>¦<body>¦<html>¦<head>¦</head>¦"
@@ -180,18 +164,17 @@ private Q_SLOTS:
 				 "<a name=x>¦<meta name=\"qrichtext\" content=\"1\" />¦<¦<>¦</>¦<p/>¦<'q'>¦\r¦<h1>¦"
 				 "</h1>¦\t¦<div style='white-space:pre-wrap'>¦<title>¦</title>¦<blockquote>¦"
 				 "\U0001F600¦<x y='\\'>'>¦<center>¦</body>¦<ol start=3>¦</ol>¦<!--StartFragment-->¦"
-				 "<!--EndFragment-->")
+				 "<!--EndFragment-->¦" +
+				 kWord)
 				 .split(u'¦'));
-		static const QString kWord(5'000, u'x');
 		static const QStringList kBlocks =
 			(QString("<p>%1</p>¦<h2 align=\"right\">%1</h2>¦<ul><li>%1</li>\n<li>%1</li></ul>¦"
 				 "<p style=\"-qt-paragraph-type:empty;\"><br /></p>¦<hr />¦<pre>%1</pre>¦"
 				 "<ol>\n<li>%1\n<ul><li>%1</li></ul></li></ol>")
 				 .split(u'¦'));
 		static const QStringList kRuns =
-			(QString("text ¦&amp;&lt;¦<br />¦<span style=\" color:#ff0000;\">text</span>¦"
-				 "<a href=\"x\">%1</a>¦<img src=\"x\" />¦ \t"
-				 "¦" +
+			(QString("¦text ¦&amp;&lt;¦<br />¦<span style=\" color:#ff0000;\">text</span>¦"
+				 "<a href=\"x\">text</a>¦<img src=\"x\" />¦ \t¦" +
 				 kWord)
 				 .split(u'¦'));
 		QRandomGenerator random(20260101U);
@@ -203,15 +186,9 @@ private Q_SLOTS:
 			const int oddness = random.bounded(3); // none, some, nothing else
 			QString html = oddness < 2 ? head : QString();
 			for (int part = random.bounded(1, 25); part > 0; --part) {
-				if (oddness == 2 || (oddness == 1 && random.bounded(30) == 0)) {
-					html += random.bounded(12) == 0 ? kWord : oneOf(kOddParts);
-					continue;
-				}
-				QString run;
-				for (int piece = random.bounded(4); piece > 0; --piece) {
-					run += oneOf(kRuns).replace("%1", "text");
-				}
-				html += oneOf(kBlocks).replace("%1", run);
+				const bool isOdd = oddness == 2 || (oddness == 1 && random.bounded(30) == 0);
+				const QString runs = oneOf(kRuns) + oneOf(kRuns);
+				html += isOdd ? oneOf(kOddParts) : oneOf(kBlocks).replace("%1", runs);
 			}
 			html += oddness < 2 ? "</body></html>" : "";
 			const HtmlShape shape = shapeOf(html);
@@ -230,35 +207,6 @@ private Q_SLOTS:
 			bounded += shape.isBounded ? 1 : 0;
 		}
 		QVERIFY2(bounded >= 800, qPrintable(QString::number(bounded)));
-	}
-
-	void nothingOutsideIsOpened()
-	{
-		const QTemporaryDir folder;
-		const QString picture = folder.filePath("picture.png");
-		QImage image(30, 20, QImage::Format_RGB32);
-		image.fill(Qt::red);
-		QDir::setCurrent(folder.path());
-		for (QString source : {"file://%1", "%1", "picture.png", "qrc%1", "//host%1", "http://127.0.0.1:9%1"}) {
-			source.replace("%1", picture);
-			QVERIFY(image.save(picture));
-			NoteDocument document;
-			const QVariant found = document.resource(QTextDocument::ImageResource, QUrl(source));
-			QVERIFY2(found.isValid() && !found.isNull() && found.toByteArray().isEmpty(),
-				 qPrintable(source));
-			QCOMPARE(shownColor(source), QColor(Qt::white));
-			document.setHtml(
-				QString("<style>@import url(%1);</style><body background=\"%1\"><img src=\"%1\">")
-					.arg(source));
-			QVERIFY(document.toHtml().contains(source));
-
-			// Whoever opens a pipe that nobody writes to waits for ever.
-			QVERIFY(QFile::remove(picture));
-			QCOMPARE(mkfifo(picture.toUtf8().constData(), 0600), 0);
-			QCOMPARE(shownColor(source), QColor(Qt::white));
-			QVERIFY(QFile::remove(picture));
-		}
-		QDir::setCurrent(QDir::rootPath());
 	}
 
 	void onlyModestPicturesOfItsOwnAreShown()

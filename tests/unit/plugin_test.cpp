@@ -17,10 +17,8 @@ obs_hotkey_id hotkeyNamed(const char *name)
 {
 	std::pair<const char *, obs_hotkey_id> wanted{name, OBS_INVALID_HOTKEY_ID};
 	const auto look = [](void *data, obs_hotkey_id id, obs_hotkey_t *hotkey) {
-		auto *search = static_cast<std::pair<const char *, obs_hotkey_id> *>(data);
-		if (std::strcmp(obs_hotkey_get_name(hotkey), search->first) == 0) {
-			search->second = id;
-		}
+		auto &[sought, found] = *static_cast<decltype(wanted) *>(data);
+		found = qstrcmp(obs_hotkey_get_name(hotkey), sought) == 0 ? id : found;
 		return true;
 	};
 	obs_enum_hotkeys(look, &wanted);
@@ -35,7 +33,6 @@ void onHostThread(Call call)
 	thread->start();
 	QVERIFY(thread->wait(5000));
 }
-
 } // namespace
 
 class PluginTest : public QObject {
@@ -73,9 +70,8 @@ private Q_SLOTS:
 		frontend().mainWindow = nullptr;
 		QVERIFY(!load());
 		frontend().mainWindow = window.get();
-		const QString inTheWay = folder->filePath("file");
-		writeFile(inTheWay, "x");
-		QVERIFY(!shell().load(inTheWay + "/settings.ini"));
+		writeFile(folder->filePath("file"), "x");
+		QVERIFY(!shell().load(folder->filePath("file/settings.ini")));
 		frontend().acceptsDock = false;
 		QVERIFY(!load());
 		QVERIFY(frontend().eventCallbacks.empty() && frontend().saveCallbacks.empty());
@@ -132,13 +128,6 @@ private Q_SLOTS:
 		QVERIFY2(frontend().saves == 1, "a save must not ask for the next one for ever");
 	}
 
-	void closingSavesBeforeTheHostDoes()
-	{
-		type("text");
-		window->close();
-		QCOMPARE(recordOf(scene, "file"), "Intro.json");
-	}
-
 	void onlyRenamedScenesCount()
 	{
 		type("text");
@@ -189,31 +178,30 @@ private Q_SLOTS:
 
 	void unloadTakesEverythingOut()
 	{
-		type("text");
-		shell().unload();
-		isLoaded = false;
-		QCOMPARE(frontend().removals, 3);
-		QVERIFY(!frontend().dock);
-		QVERIFY(frontend().eventCallbacks.empty() && frontend().saveCallbacks.empty());
-		QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
-		QCOMPARE(recordOf(scene, "file"), "Intro.json");
-		obs_source_set_name(scene, "After");
-		QCoreApplication::processEvents();
-		QCOMPARE(recordOf(scene, "name"), "Intro");
-	}
-
-	void afterExitTheHostIsLeftAlone()
-	{
-		type("text");
-		frontend().sendEvent(OBS_FRONTEND_EVENT_EXIT);
-		QCOMPARE(recordOf(scene, "file"), "Intro.json");
+		const auto check = [this](const std::function<void()> &before, int removals) {
+			cleanup();
+			init();
+			type("text");
+			before();
+			shell().unload();
+			isLoaded = false;
+			QCOMPARE(frontend().removals, removals);
+			QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
+			QCOMPARE(recordOf(scene, "file"), "Intro.json");
+			obs_source_set_name(scene, "After");
+			QCoreApplication::processEvents();
+			QCOMPARE(recordOf(scene, "name"), "Intro");
+		};
+		check([] {}, 3);
+		check([this] { window->close(); }, 3);
+		QVERIFY(!frontend().dock && frontend().eventCallbacks.empty() && frontend().saveCallbacks.empty());
 		const OBSDataAutoRelease saved = obs_data_create();
-		frontend().save(saved, true);
+		const auto exit = [&] {
+			frontend().sendEvent(OBS_FRONTEND_EVENT_EXIT);
+			frontend().save(saved, true);
+		};
+		check(exit, 0);
 		QVERIFY(!obs_data_has_user_value(saved, "quillbay_hotkeys"));
-		shell().unload();
-		isLoaded = false;
-		QCOMPARE(frontend().removals, 0);
-		QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
 	}
 
 private:

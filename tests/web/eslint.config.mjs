@@ -18,7 +18,7 @@ const rules = {
 
 // What the pages of the tests and benchmarks have besides.
 const inPage = Object.fromEntries(
-	['note', 'root', 'bench', 'show', 'failure', 'next', 'outcomes', 'random', 'runsOf'].map((name) => [name, false]),
+	'note root bench show failure next outcomes random runsOf savedText'.split(' ').map((name) => [name, false]),
 );
 
 export default [

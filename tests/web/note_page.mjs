@@ -30,6 +30,11 @@ function prepare() {
 		note.selectOffsets(root, start, end);
 	};
 	window.runsOf = (index) => note.serialize(root).blocks[index].runs;
+	/** The text as it would be saved. */
+	window.savedText = () => {
+		const lines = note.serialize(root).blocks.map(({ runs }) => runs.map((run) => run.text).join(''));
+		return lines.join('\n').replaceAll('\u2028', '\n');
+	};
 	/** Numbers from 0 up to the limit, the same ones each time. */
 	window.random = (seed) => (limit) => (seed = (Math.imul(seed, 1103515245) + 12345) >>> 0) % limit;
 }
@@ -49,20 +54,24 @@ export function usePage() {
 	});
 	use.inPage = (work, argument) => use.page.evaluate(work, argument);
 	use.text = () => use.inPage(() => note.documentText(root));
+	use.brief = async (look) => brief(await use.inPage(() => note.serialize(root)), look);
+	use.marks = () => use.inPage(() => [...root.querySelectorAll('[data-mark]')].map((mark) => mark.textContent));
 	use.noFailures = () => assert.deepEqual(use.failures, []);
 	return use;
 }
 
 /** What blocks and runs have where nothing else is said. */
-export const plain = { align: 1, indent: 0, list: 0, listIndent: 1, listGroup: 0, listStart: 1 };
-export const unset = {
-	weight: 400,
-	italic: false,
-	underline: false,
-	strike: false,
-	size: 0,
-	family: '',
-	color: '',
-	background: '',
-};
-export const arial = { ...unset, size: 12, family: 'Arial' };
+const plain = { align: 1, indent: 0, list: 0, listIndent: 1, listGroup: 0, listStart: 1 };
+const plainRun = { weight: 400, italic: false, underline: false, strike: false, color: '', background: '' };
+export const unset = { ...plainRun, size: 0, family: '' };
+export const arial = { ...plainRun, size: 12, family: 'Arial' };
+
+/** A document in a line: what its blocks (between " / ") and runs (between "|") have besides their text. */
+export function brief({ blocks }, look = arial) {
+	const besides = (format, usual) => {
+		const keys = Object.keys({ ...usual, ...format }).filter((key) => format[key] !== usual[key]);
+		return keys.length ? `{${keys.map((key) => `${key} ${format[key]}`).join(', ')}}` : '';
+	};
+	const runOf = ({ text, ...format }) => text + besides(format, look);
+	return blocks.map(({ runs, ...format }) => besides(format, plain) + runs.map(runOf).join('|')).join(' / ');
+}

@@ -5,13 +5,13 @@
 //
 // It is the vendor "QuillBayProbe" with the one request "run". Its field "json" holds an object with "op" and that
 // operation's fields; the answer's "json" holds {"ok": true, "value": ...} or {"ok": false, "error": text}.
-// Objects are named by a path of words from the outside in, each an object name, ".Class", or one of @main, @modal,
-// @popup and @focus: "noteEditor", "@modal .QLineEdit".
+// Objects are named by a path of words from the outside in, each an object name, ".Class", or one of @main, @modal and
+// @focus: "noteEditor", "@modal .QLineEdit".
 
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
-#include <QDropEvent>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -19,9 +19,7 @@
 #include <QKeySequence>
 #include <QMimeData>
 #include <QTest>
-#include <QTextCursor>
-#include <QTextEdit>
-#include <QWheelEvent>
+#include <QTimer>
 #include <QWidget>
 
 #include <obs-frontend-api.h>
@@ -30,138 +28,87 @@
 #include <obs-websocket-api.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <functional>
 #include <future>
 #include <memory>
 #include <stdexcept>
-#include <thread>
 
 OBS_DECLARE_MODULE()
 
 namespace {
 
 using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
-using Work = std::function<QJsonValue()>;
+using Operation = QJsonValue (*)(const QJsonObject &);
 
 constexpr auto kAnswerTimeout = 30s;
-
-std::atomic<bool> isHostReady = false;
 
 [[noreturn]] void fail(const QString &reason)
 {
 	throw std::runtime_error(reason.toStdString());
 }
 
-// Runs the work on the user-interface thread. The wait is bounded: the host may be waiting for this very thread.
-QJsonValue onUi(const Work &work)
-{
-	const auto task = std::make_shared<std::packaged_task<QJsonValue()>>(work);
-	std::future<QJsonValue> answer = task->get_future();
-	QMetaObject::invokeMethod(qApp, [task] { (*task)(); }, Qt::QueuedConnection);
-	if (answer.wait_for(kAnswerTimeout) != std::future_status::ready) {
-		fail("the user-interface thread does not answer");
-	}
-	return answer.get();
-}
-
 // --- objects ---------------------------------------------------------------------------------------------------------
-
-QObject *mainWindow()
-{
-	return static_cast<QWidget *>(obs_frontend_get_main_window());
-}
 
 QObject *findBelow(QObject *root, const QString &word)
 {
 	if (!word.startsWith('.')) {
 		return root->objectName() == word ? root : root->findChild<QObject *>(word);
 	}
-	const QByteArray className = word.mid(1).toUtf8();
-	for (QObject *child : root->findChildren<QObject *>()) {
-		if (child->inherits(className.constData())) {
-			return child;
-		}
-	}
-	return nullptr;
+	const QObjectList all = root->findChildren<QObject *>();
+	const auto isMeant = [name = word.mid(1).toUtf8()](const QObject *object) {
+		return object->inherits(name.constData());
+	};
+	const auto found = std::find_if(all.begin(), all.end(), isMeant);
+	return found == all.end() ? nullptr : *found;
 }
 
-QObject *findFirst(const QString &word)
+QObject *find(const QJsonObject &request)
 {
-	const QHash<QString, QObject *> places{{"@main", mainWindow()},
+	auto *main = static_cast<QWidget *>(obs_frontend_get_main_window());
+	const QHash<QString, QObject *> places{{"@main", main},
 					       {"@modal", QApplication::activeModalWidget()},
-					       {"@popup", QApplication::activePopupWidget()},
 					       {"@focus", QApplication::focusWidget()}};
-	if (word.startsWith('@')) {
-		return places.value(word);
-	}
-	QObject *found = findBelow(mainWindow(), word);
+	QList<QObject *> roots{main};
 	for (QWidget *window : QApplication::topLevelWidgets()) {
-		found = found ? found : findBelow(window, word);
+		roots.append(window);
 	}
-	return found;
-}
-
-QObject *find(const QString &path)
-{
-	QObject *object = nullptr;
-	for (const QString &word : path.split(' ', Qt::SkipEmptyParts)) {
-		object = object ? findBelow(object, word) : findFirst(word);
-		if (!object) {
-			fail("no object " + path);
+	for (const QString &word : request["object"].toString().split(' ')) {
+		QObject *found = places.value(word);
+		for (QObject *root : roots) {
+			found = found ? found : findBelow(root, word);
 		}
+		roots = {found ? found : throw std::runtime_error("no such object")};
 	}
-	return object ? object : throw std::runtime_error("no object was named");
+	return roots.first();
 }
 
-template <typename Type>
-Type &findAs(const QJsonObject &request)
+QWidget *findWidget(const QJsonObject &request)
 {
-	const QString path = request["object"].toString();
-	auto *object = qobject_cast<Type *>(find(path));
-	if (!object) {
-		fail(path + " is no " + Type::staticMetaObject.className());
-	}
-	return *object;
-}
-
-QJsonValue toJson(const QVariant &value)
-{
-	if (value.typeId() == QMetaType::QRect) {
-		const QRect rect = value.toRect();
-		return QJsonArray{rect.x(), rect.y(), rect.width(), rect.height()};
-	}
-	return value.metaType().flags().testFlag(QMetaType::IsEnumeration) ? QJsonValue(value.toInt())
-									   : QJsonValue::fromVariant(value);
-}
-
-QVariant fromJson(const QJsonValue &value)
-{
-	const QJsonArray numbers = value.toArray();
-	return numbers.size() != 4
-		       ? value.toVariant()
-		       : QRect(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt());
+	auto *widget = qobject_cast<QWidget *>(find(request));
+	return widget ? widget : throw std::runtime_error("no widget");
 }
 
 QJsonValue getProperties(const QJsonObject &request)
 {
-	const QObject *object = find(request["object"].toString());
+	const QObject *object = find(request);
 	QJsonObject values;
 	for (const QJsonValue name : request["properties"].toArray()) {
 		const QVariant value = object->property(name.toString().toUtf8().constData());
 		values[name.toString()] =
-			value.isValid() ? toJson(value) : throw std::runtime_error("no such property");
+			value.isValid() ? QJsonValue::fromVariant(value) : throw std::runtime_error("no such property");
 	}
 	return values;
 }
 
+// Four numbers are a rectangle.
 QJsonValue setProperty(const QJsonObject &request)
 {
-	QObject *object = find(request["object"].toString());
-	const QByteArray name = request["property"].toString().toUtf8();
-	if (!object->setProperty(name.constData(), fromJson(request["value"]))) {
+	QVariant value = request["value"].toVariant();
+	if (const QJsonArray at = request["value"].toArray(); at.size() == 4) {
+		value = QRect(at[0].toInt(), at[1].toInt(), at[2].toInt(), at[3].toInt());
+	}
+	if (!find(request)->setProperty(request["property"].toString().toUtf8().constData(), value)) {
 		fail("the property was not set");
 	}
 	return {};
@@ -170,116 +117,72 @@ QJsonValue setProperty(const QJsonObject &request)
 // Queued, not called: it may open a dialog, which must not hold up the answer. "flag" is the method's argument.
 QJsonValue invoke(const QJsonObject &request)
 {
-	QObject *object = find(request["object"].toString());
 	const QByteArray method = request["method"].toString().toUtf8();
-	const QJsonValue flag = request["flag"];
-	const bool isQueued = flag.isBool()
-				      ? QMetaObject::invokeMethod(object, method.constData(), Qt::QueuedConnection,
-								  Q_ARG(bool, flag.toBool()))
-				      : QMetaObject::invokeMethod(object, method.constData(), Qt::QueuedConnection);
-	if (!isQueued) {
+	const bool flag = request["flag"].toBool();
+	const QGenericArgument argument(request.contains("flag") ? "bool" : nullptr, &flag);
+	if (!QMetaObject::invokeMethod(find(request), method.constData(), Qt::QueuedConnection, argument)) {
 		fail("no such method");
 	}
 	return {};
 }
 
-QJsonValue exists(const QJsonObject &request)
-{
-	try {
-		find(request["object"].toString());
-		return true;
-	} catch (const std::runtime_error &) {
-		return false;
-	}
-}
-
-QJsonValue placeCaret(const QJsonObject &request)
-{
-	auto &editor = findAs<QTextEdit>(request);
-	QTextCursor cursor = editor.textCursor();
-	cursor.setPosition(request["anchor"].toInt(request["position"].toInt()));
-	cursor.setPosition(request["position"].toInt(), QTextCursor::KeepAnchor);
-	editor.setTextCursor(cursor);
-	return {};
-}
-
 // --- input -----------------------------------------------------------------------------------------------------------
 
-QPoint pointIn(const QWidget &widget, const QJsonObject &request)
+// Types the character "text" (a line feed is the Return key) with all that a key press brings: shortcuts, press,
+// release.
+QJsonValue type(const QJsonObject &request)
 {
-	const QJsonArray at = request["at"].toArray();
-	return at.isEmpty() ? widget.rect().center() : QPoint(at[0].toInt(), at[1].toInt());
-}
-
-// "text" ("repeat" times) and "html".
-std::unique_ptr<QMimeData> mimeData(const QJsonObject &request)
-{
-	auto data = std::make_unique<QMimeData>();
-	if (request.contains("text")) {
-		data->setText(request["text"].toString().repeated(request["repeat"].toInt(1)));
-	}
-	if (request.contains("html")) {
-		data->setHtml(request["html"].toString());
-	}
-	return data;
-}
-
-// Types one character (a line feed is the Return key) with all that a key press brings: shortcuts, press, release.
-void typeCharacter(QWidget &widget, const QString &character)
-{
+	QWidget *widget = findWidget(request);
+	const QString character = request["text"].toString();
 	const char ascii = character.size() == 1 ? character[0].toLatin1() : '\0';
 	if (ascii == '\n') {
-		QTest::keyClick(&widget, Qt::Key_Return);
+		QTest::keyClick(widget, Qt::Key_Return);
 	} else if (ascii >= ' ' && ascii <= '~') {
-		QTest::keyClick(&widget, ascii, QChar(ascii).isUpper() ? Qt::ShiftModifier : Qt::NoModifier);
+		QTest::keyClick(widget, ascii, QChar(ascii).isUpper() ? Qt::ShiftModifier : Qt::NoModifier);
 	} else {
-		QTest::sendKeyEvent(QTest::Click, &widget, Qt::Key_unknown, character, Qt::NoModifier);
+		QTest::sendKeyEvent(QTest::Click, widget, Qt::Key_unknown, character, Qt::NoModifier);
 	}
+	return {};
 }
 
 // Presses the key sequence in "key", such as "Ctrl+V" or "Return".
 QJsonValue pressKey(const QJsonObject &request)
 {
 	const auto sequence = QKeySequence::fromString(request["key"].toString(), QKeySequence::PortableText);
-	if (sequence.count() != 1) {
-		fail("no such key");
-	}
-	QTest::keyClick(&findAs<QWidget>(request), sequence[0].key(), sequence[0].keyboardModifiers());
+	QTest::keyClick(findWidget(request), sequence[0].key(), sequence[0].keyboardModifiers());
 	return {};
 }
 
-// "action" is a click, "menu" (a right click) or "wheel" by "delta"; "at" [x, y], else the middle.
-QJsonValue useMouse(const QJsonObject &request)
+// At "at": [x, y].
+QJsonValue click(const QJsonObject &request)
 {
-	auto &widget = findAs<QWidget>(request);
-	const QPoint at = pointIn(widget, request);
-	if (request["action"].toString() == "wheel") {
-		QWheelEvent event(at, widget.mapToGlobal(QPointF(at)), {}, {0, request["delta"].toInt()}, Qt::NoButton,
-				  Qt::NoModifier, Qt::NoScrollPhase, false);
-		QCoreApplication::sendEvent(&widget, &event);
-	} else if (request["action"].toString() == "menu") {
-		// Queued: an open menu must not hold up the answer.
-		auto *event = new QContextMenuEvent(QContextMenuEvent::Mouse, at, widget.mapToGlobal(at));
-		QCoreApplication::postEvent(&widget, event);
-	} else {
-		QTest::mouseClick(&widget, Qt::LeftButton, Qt::NoModifier, at);
-	}
+	const QJsonArray at = request["at"].toArray();
+	QTest::mouseClick(findWidget(request), Qt::LeftButton, {}, QPoint(at[0].toInt(), at[1].toInt()));
 	return {};
 }
 
-// Drops "text" and "html" at "at"; answers whether the widget took it.
-QJsonValue drop(const QJsonObject &request)
+// As a right click does. Queued: an open menu must not hold up the answer.
+QJsonValue openMenu(const QJsonObject &request)
 {
-	auto &widget = findAs<QWidget>(request);
-	const std::unique_ptr<QMimeData> data = mimeData(request);
-	const QPoint at = pointIn(widget, request);
-	QDragEnterEvent enter(at, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
-	QCoreApplication::sendEvent(&widget, &enter);
-	QDragMoveEvent move(at, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
-	QCoreApplication::sendEvent(&widget, &move);
-	QDropEvent event(at, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
-	QCoreApplication::sendEvent(&widget, &event);
-	return event.isAccepted();
+	QWidget *widget = findWidget(request);
+	const QJsonArray place = request["at"].toArray();
+	const QPoint at(place[0].toInt(), place[1].toInt());
+	QCoreApplication::postEvent(widget,
+				    new QContextMenuEvent(QContextMenuEvent::Mouse, at, widget->mapToGlobal(at)));
+	return {};
+}
+
+QJsonValue fillClipboard(const QJsonObject &request)
+{
+	auto data = std::make_unique<QMimeData>();
+	if (request.contains("text")) {
+		data->setText(request["text"].toString());
+	}
+	if (request.contains("html")) {
+		data->setHtml(request["html"].toString());
+	}
+	QApplication::clipboard()->setMimeData(data.release());
+	return {};
 }
 
 // --- the host --------------------------------------------------------------------------------------------------------
@@ -289,12 +192,12 @@ QJsonObject parse(const char *json)
 	return QJsonDocument::fromJson(QByteArray(json)).object();
 }
 
-OBSDataAutoRelease toData(const QJsonObject &object)
+QByteArray toJson(const QJsonObject &object)
 {
-	return obs_data_create_from_json(QJsonDocument(object).toJson(QJsonDocument::Compact).constData());
+	return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
-// The scene's UUID, name and note record. "record" replaces the record.
+// The scene's UUID and note record. "record" replaces the record, and has the host save it.
 QJsonValue inspectScene(const QJsonObject &request)
 {
 	const OBSSourceAutoRelease scene = obs_get_source_by_name(request["scene"].toString().toUtf8().constData());
@@ -303,107 +206,59 @@ QJsonValue inspectScene(const QJsonObject &request)
 	}
 	const OBSDataAutoRelease settings = obs_source_get_private_settings(scene);
 	if (request.contains("record")) {
-		obs_data_set_obj(settings, "quillbay", toData(request["record"].toObject()));
+		const QByteArray json = toJson(request["record"].toObject());
+		obs_data_set_obj(settings, "quillbay", OBSDataAutoRelease(obs_data_create_from_json(json.constData())));
+		obs_frontend_save();
 	}
 	const OBSDataAutoRelease record = obs_data_get_obj(settings, "quillbay");
 	return QJsonObject{{"uuid", obs_source_get_uuid(scene)},
 			   {"record", record ? QJsonValue(parse(obs_data_get_json(record))) : QJsonValue()}};
 }
 
-// --- on the request's own thread -------------------------------------------------------------------------------------
-
-// Each character is a turn of its own on the user-interface thread; the pauses between them are not.
-QJsonValue type(const QJsonObject &request)
-{
-	const std::chrono::milliseconds pause{request["pauseMs"].toInt()};
-	for (const char32_t character : request["text"].toString().toStdU32String()) {
-		onUi([&request, character] {
-			typeCharacter(findAs<QWidget>(request), QString::fromUcs4(&character, 1));
-			return QJsonValue();
-		});
-		std::this_thread::sleep_for(pause);
-	}
-	return {};
-}
-
-// Measures how long the user-interface thread leaves others waiting, for as long as it lives.
-class StallMeter {
-public:
-	~StallMeter() { stop(); }
-
-	double stop()
-	{
-		isStopped_ = true;
-		thread_.joinable() ? thread_.join() : void();
-		return std::chrono::duration<double, std::milli>(longest_).count();
-	}
-
-private:
-	void run()
-	{
-		while (!isStopped_) {
-			const auto asked = Clock::now();
-			try {
-				onUi([] { return QJsonValue(); });
-			} catch (const std::runtime_error &) {
-				isStopped_ = true; // No answer at all: that wait is the longest.
-			}
-			longest_ = std::max(longest_, Clock::now() - asked);
-			std::this_thread::sleep_for(1ms);
-		}
-	}
-
-	std::atomic<bool> isStopped_ = false;
-	Clock::duration longest_{};
-	std::thread thread_{[this] { run(); }};
-};
-
-std::unique_ptr<StallMeter> stallMeter;
-
-// "on": start measuring; else stop, with the longest wait in milliseconds.
+// "on": begins to measure how long the user-interface thread leaves others waiting; else the longest wait since then,
+// in milliseconds.
 QJsonValue measureStall(const QJsonObject &request)
 {
-	const auto meter = std::move(stallMeter);
-	stallMeter = request["on"].toBool() ? std::make_unique<StallMeter>() : nullptr;
-	return meter ? QJsonValue(meter->stop()) : QJsonValue();
+	static auto *const turns = new QTimer(qApp);
+	static QElapsedTimer lastTurn;
+	static double longest = 0;
+	const auto endTurn = [] {
+		longest = std::max(longest, double(lastTurn.nsecsElapsed()) / 1e6);
+		lastTurn.start();
+	};
+	if (!request["on"].toBool()) {
+		turns->disconnect();
+		endTurn();
+		return longest;
+	}
+	longest = 0;
+	lastTurn.start();
+	turns->callOnTimeout(endTurn);
+	turns->start(1);
+	return {};
 }
 
 // --- requests --------------------------------------------------------------------------------------------------------
 
-using Operation = QJsonValue (*)(const QJsonObject &);
+const QHash<QString, Operation> operations{
+	{"get", getProperties},       {"set", setProperty},   {"invoke", invoke}, {"scene", inspectScene},
+	{"clipboard", fillClipboard}, {"type", type},         {"key", pressKey},  {"click", click},
+	{"menu", openMenu},           {"stall", measureStall}};
 
-const QHash<QString, Operation> uiOperations{
-	{"get", getProperties},
-	{"set", setProperty},
-	{"invoke", invoke},
-	{"exists", exists},
-	{"caret", placeCaret},
-	{"scene", inspectScene},
-	{"save", [](const QJsonObject &) { return obs_frontend_save(), QJsonValue(); }},
-	{"clipboard",
-	 [](const QJsonObject &request) {
-		 return QApplication::clipboard()->setMimeData(mimeData(request).release()), QJsonValue();
-	 }},
-	{"key", pressKey},
-	{"mouse", useMouse},
-	{"drop", drop},
-};
-
-const QHash<QString, Operation> ownOperations{{"ready", [](const QJsonObject &) { return QJsonValue(isHostReady); }},
-					      {"type", type},
-					      {"stall", measureStall}};
-
+// On the user-interface thread. The wait is bounded: the host may be waiting for this very thread.
 QJsonValue perform(const QJsonObject &request)
 {
-	const QString name = request["op"].toString();
-	if (const Operation operation = ownOperations.value(name)) {
-		return operation(request);
-	}
-	const Operation operation = uiOperations.value(name);
+	const Operation operation = operations.value(request["op"].toString());
 	if (!operation) {
-		fail("no operation " + name);
+		fail("no such operation");
 	}
-	return onUi([operation, request] { return operation(request); });
+	const auto task = std::make_shared<std::packaged_task<QJsonValue()>>([=] { return operation(request); });
+	std::future<QJsonValue> answer = task->get_future();
+	QMetaObject::invokeMethod(qApp, [task] { (*task)(); }, Qt::QueuedConnection);
+	if (answer.wait_for(kAnswerTimeout) != std::future_status::ready) {
+		fail("the user-interface thread does not answer");
+	}
+	return answer.get();
 }
 
 void run(obs_data_t *requestData, obs_data_t *responseData, void *)
@@ -414,24 +269,13 @@ void run(obs_data_t *requestData, obs_data_t *responseData, void *)
 	} catch (const std::exception &error) {
 		answer = {{"ok", false}, {"error", error.what()}};
 	}
-	obs_data_set_string(responseData, "json", QJsonDocument(answer).toJson(QJsonDocument::Compact).constData());
-}
-
-void hostEvent(obs_frontend_event event, void *)
-{
-	if (event == OBS_FRONTEND_EVENT_FINISHED_LOADING) {
-		// The host still has work to do in this turn.
-		QMetaObject::invokeMethod(qApp, [] { isHostReady = true; }, Qt::QueuedConnection);
-	} else if (event == OBS_FRONTEND_EVENT_EXIT) {
-		stallMeter.reset();
-	}
+	obs_data_set_string(responseData, "json", toJson(answer).constData());
 }
 
 } // namespace
 
 bool obs_module_load(void)
 {
-	obs_frontend_add_event_callback(hostEvent, nullptr);
 	return true;
 }
 

