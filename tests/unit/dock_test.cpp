@@ -138,6 +138,9 @@ private Q_SLOTS:
 		QVERIFY(isOnDisk(first, "and more"));
 		rename(second, "Other");
 		QCOMPARE(QDir(dock->store().folder()).entryList(QDir::Files).size(), 2);
+		obs_source_set_name(first, "<b>shown as it stands</b>");
+		dock->sceneRenamed(first);
+		QVERIFY(!find<QLabel>("sceneLabel")->toolTip().contains("<b>"));
 	}
 
 	void aCollectionSwitchSavesWithoutAskingTheHost()
