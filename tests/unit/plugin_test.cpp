@@ -210,6 +210,8 @@ private Q_SLOTS:
 		const OBSDataAutoRelease saved = obs_data_create();
 		frontend().save(saved, true);
 		QVERIFY(!obs_data_has_user_value(saved, "quillbay_hotkeys"));
+		frontend().sendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
+		QVERIFY(editor()->isEnabled());
 		shell().unload();
 		isLoaded = false;
 		QCOMPARE(frontend().removals, 0);
