@@ -31,8 +31,10 @@ struct BlockForm {
 	int listStart = 0;
 };
 
+/// `OverLimit` for a document that is sound but larger than a note may be.
 enum class Verdict { Good, Broken, OverLimit };
 
+/// Checks a web document and keeps what it says in the terms of Qt's rich text.
 class IncomingDocument {
 public:
 	/// Reads and checks everything; stops at the first fault.

@@ -25,6 +25,7 @@ struct StyleSheet {
 	QHash<QString, Style> styles;
 };
 
+/// Reads "word/styles.xml"; never fails.
 StyleSheet readStyles(const QByteArray &part);
 
 /// The style with its parents' formatting below its own: at most 17 styles deep, so that a ring of parents ends.
@@ -42,6 +43,7 @@ struct Numbering {
 	[[nodiscard]] QTextListFormat::Style styleOf(int numId, int ilvl) const;
 };
 
+/// Reads "word/numbering.xml"; never fails.
 Numbering readNumbering(const QByteArray &part);
 
 } // namespace quillbay::word

@@ -5,6 +5,7 @@
 
 #include "dock/dock.hpp"
 #include "dock/focus_ring.hpp"
+#include "dock/message.hpp"
 #include "dock/reading_band.hpp"
 #include "dock/speed.hpp"
 #include "dock/style.hpp"
@@ -414,7 +415,7 @@ void Dock::connectTeleprompter()
 void Dock::setSceneLabel(const QString &name)
 {
 	sceneLabel->setText(name);
-	sceneLabel->setToolTip(name);
+	sceneLabel->setToolTip(plainToolTip(name));
 }
 
 } // namespace quillbay

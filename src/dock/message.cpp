@@ -4,8 +4,14 @@
 #include "dock/message.hpp"
 
 #include <QPointer>
+#include <QTextDocument>
 
 namespace quillbay {
+
+QString plainToolTip(const QString &message)
+{
+	return Qt::mightBeRichText(message) ? Qt::convertFromPlainText(message, Qt::WhiteSpaceNormal) : message;
+}
 
 int showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &message,
 		QMessageBox::StandardButtons buttons, QMessageBox::StandardButton defaultButton)

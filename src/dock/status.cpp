@@ -4,6 +4,7 @@
 // What the dock tells its user about the open note.
 
 #include "dock/dock.hpp"
+#include "dock/message.hpp"
 
 #include "editor/editor.hpp"
 #include "notes/limits.hpp"
@@ -46,14 +47,14 @@ void Dock::showStatus(const QString &message)
 {
 	saveStatus->setText(QStringLiteral("]"));
 	saveStatus->setAccessibleName(message);
-	saveStatus->setToolTip(message);
+	saveStatus->setToolTip(plainToolTip(message));
 }
 
 void Dock::showSaveError(const QString &error)
 {
 	const QString message = text("NoteSaveFailed");
 	saveError->setText(QStringLiteral("! ") + message);
-	saveError->setToolTip(error);
+	saveError->setToolTip(plainToolTip(error));
 	saveError->setAccessibleName(message + QLatin1Char(' ') + error);
 	saveError->show();
 }

@@ -22,6 +22,7 @@ QColor mutedColor(const QPalette &palette);
 /// The colour of lines between controls.
 QColor separatorColor(const QPalette &palette);
 
+/// The sheet of the line that says that a note is not saved.
 QString saveErrorSheet(const QPalette &palette);
 /// The editor's sheet. `textPreview` and `highlightPreview` are the colour names that a selection shows
 /// instead of the usual selection colours, or empty.
@@ -30,10 +31,13 @@ QString editorSheet(const QPalette &palette, const QString &textPreview = {}, co
 QString toolButtonSheet(const QPalette &palette);
 /// The sheet of a tool bar and the buttons on it.
 QString toolBarSheet(const QPalette &palette);
+/// The sheet of the speed slider.
 QString sliderSheet(const QPalette &palette);
 /// The sheet of spin boxes of this class: the host's own leaves room for buttons that ours do not have.
 QString spinBoxSheet(const char *className);
+/// The sheet of the search field and the status in it.
 QString searchSheet(const QPalette &palette);
+/// The sheet of the thin lines between controls.
 QString separatorSheet(const QPalette &palette);
 
 } // namespace quillbay

@@ -231,13 +231,17 @@ void Dock::addListButton()
 	listStyle->setAccessibleName(text("ListStyle"));
 	listStyle->setPopupMode(QToolButton::InstantPopup);
 	auto *menu = new QMenu(listStyle);
+	menu->setObjectName(QStringLiteral("listStyleMenu"));
+	const auto addEntry = [this, menu](const char *textKey, int style) {
+		QAction *action = menu->addAction(text(textKey));
+		action->setObjectName(QLatin1StringView(textKey));
+		connect(action, &QAction::triggered, this, [this, style] { setList(style); });
+	};
 	for (const auto &entry : kListStyles) {
-		const int style = entry.style;
-		connect(menu->addAction(text(entry.textKey)), &QAction::triggered, this,
-			[this, style] { setList(style); });
+		addEntry(entry.textKey, entry.style);
 	}
 	menu->addSeparator();
-	connect(menu->addAction(text("RemoveList")), &QAction::triggered, this, [this] { setList(0); });
+	addEntry("RemoveList", 0);
 	listStyle->setMenu(menu);
 	paragraphToolbar->addWidget(listStyle);
 }

@@ -51,6 +51,7 @@ Name lookUp(QStringView tag);
 bool isSameName(QStringView a, QStringView b);
 /// Whether the element never has content.
 bool isEmptyElement(Element element);
+/// Whether it is a cell of a table, td or th.
 bool isCell(Element element);
 /// Whether Qt leaves the element where it stands in `parent`.
 bool isAllowedIn(Element element, Element parent);

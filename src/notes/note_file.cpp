@@ -156,6 +156,13 @@ bool isSceneId(const QString &id)
 	return !uuid.isNull() && id.compare(uuid.toString(format), Qt::CaseInsensitive) == 0;
 }
 
+// A pipe or a device would keep its reader waiting for as long as it pleases.
+bool openNoteFile(QFile &file)
+{
+	const QFileInfo info(file.fileName());
+	return !info.isSymLink() && info.isFile() && file.open(QIODevice::ReadOnly);
+}
+
 } // namespace
 
 QString noteName(const QString &name)
@@ -212,12 +219,19 @@ bool decodeNote(const QByteArray &bytes, NoteFile &file, QString &error)
 	return true;
 }
 
+QString ownerOf(const QString &path)
+{
+	constexpr qint64 kHeadBytes = 256;
+	static const QRegularExpression owner(QStringLiteral(R"re("sceneId"\s*:\s*"([^"\\]+)")re"));
+	QFile file(path);
+	const QByteArray head = openNoteFile(file) ? file.read(kHeadBytes) : QByteArray();
+	return owner.match(QString::fromUtf8(head)).captured(1);
+}
+
 bool readNoteFile(const QString &path, QByteArray &bytes, QString &error)
 {
-	// A pipe or a device would keep its reader waiting for as long as it pleases.
-	const QFileInfo info(path);
 	QFile file(path);
-	if (info.isSymLink() || !info.isFile() || !file.open(QIODevice::ReadOnly)) {
+	if (!openNoteFile(file)) {
 		error = text("FileReadFailed") + path;
 		return false;
 	}

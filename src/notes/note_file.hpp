@@ -38,6 +38,10 @@ QByteArray encodeNote(const NoteFile &file);
 /// `error` holds a localized text.
 bool decodeNote(const QByteArray &bytes, NoteFile &file, QString &error);
 
+/// The id of the scene that the note file at `path` says it belongs to, for when reading all of it takes too long: it
+/// stands near the start. Empty when it does not, and for what is no file.
+QString ownerOf(const QString &path);
+
 /// The bytes of the note file at `path`, not decoded. On failure `error` holds a localized text.
 bool readNoteFile(const QString &path, QByteArray &bytes, QString &error);
 

@@ -91,13 +91,17 @@ bool holdsNoteOf(const QString &path, const QString &sceneId)
 	return !path.isEmpty() && loadNoteFile(path, note, error) && note.sceneId == sceneId;
 }
 
-// As above, for many files: the id stands at the start of a note file, and the rest is read only where it fits.
+// As above, for many files: the whole is read only where the start fits.
 bool isFoundIn(const QString &path, const QString &sceneId)
 {
-	constexpr qint64 kHeadBytes = 256;
-	QFile file(path);
-	return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) &&
-	       file.read(kHeadBytes).contains('"' + sceneId.toUtf8() + '"') && holdsNoteOf(path, sceneId);
+	return ownerOf(path) == sceneId && holdsNoteOf(path, sceneId);
+}
+
+// A collection that the host brings back from an old copy may name a file that has become another scene's since.
+bool isOfAnother(const QString &path, const QString &sceneId)
+{
+	const QString owner = ownerOf(path);
+	return !owner.isEmpty() && owner != sceneId;
 }
 
 // The names that a stem's notes get, from n = 1 on.
@@ -195,7 +199,10 @@ QString NoteStore::findByName(obs_source *scene) const
 NoteTarget NoteStore::prepare(obs_source *scene, const QSet<QString> &taken) const
 {
 	const QString name = sceneName(scene);
-	const QString current = ownFile(scene);
+	QString current = ownFile(scene);
+	if (isOfAnother(current, sceneUuid(scene))) {
+		current.clear();
+	}
 	const bool isKept = !current.isEmpty() &&
 			    (readRecord(scene).name == name ||
 			     QFileInfo(current).completeBaseName().compare(noteName(name), Qt::CaseInsensitive) == 0);
@@ -266,15 +273,19 @@ void NoteStore::reattach(obs_source *scene, const QString &path)
 	}
 	const QString id = sceneUuid(scene);
 	const QString recorded = filePath(scene);
+	if (path == recorded && !path.isEmpty()) {
+		return;
+	}
 	// The usual case must not read the note twice.
-	const bool isInPlace = path.isEmpty() && !recorded.isEmpty() && !isMissing(recorded);
-	if ((path == recorded && !path.isEmpty()) || isInPlace || holdsNoteOf(recorded, id)) {
+	const bool isLost = !recorded.isEmpty() && (isMissing(recorded) || isOfAnother(recorded, id));
+	const bool isInPlace = path.isEmpty() && !recorded.isEmpty() && !isLost;
+	if (isInPlace || holdsNoteOf(recorded, id)) {
 		return;
 	}
 	QString found = holdsNoteOf(path, id) ? path : QString();
 	if (found.isEmpty() && recorded.isEmpty()) {
 		found = findByName(scene);
-	} else if (found.isEmpty() && isMissing(recorded)) {
+	} else if (found.isEmpty() && isLost) {
 		found = findNote(id);
 	}
 	if (!found.isEmpty()) {

@@ -51,7 +51,8 @@ public:
 					  const QSet<QString> &taken) const;
 
 	/// Where the scene's note goes now: its present file while that still fits its name, else a free one. A file
-	/// of the scene's name that holds its note is its present file, record or not.
+	/// of the scene's name that holds its note is its present file, record or not; a recorded one that holds
+	/// another scene's note is not.
 	[[nodiscard]] NoteTarget prepare(obs_source *scene, const QSet<QString> &taken) const;
 
 	/// Makes the scene's record point at `target` and removes the file it had before.
@@ -67,8 +68,8 @@ public:
 
 	/// Mends the record of a scene that has none, or one that is older than the last move of its note: the host
 	/// can bring back a scene, or a collection, as it was before. `path` (or empty) is where the note was last
-	/// seen; failing that, a note whose recorded file is missing is looked for in the folder, and one without a
-	/// record among the files of the scene's name.
+	/// seen; failing that, a note whose recorded file is missing or another scene's is looked for in the folder,
+	/// and one without a record among the files of the scene's name.
 	void reattach(obs_source *scene, const QString &path);
 
 	/// Moves the note to a file named after the scene's new name, keeping its modification time.

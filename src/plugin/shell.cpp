@@ -122,7 +122,7 @@ void Shell::post(Command command)
 void Shell::frontendEvent(obs_frontend_event event, void *data)
 {
 	auto *self = static_cast<Shell *>(data);
-	if (!self->dock_) {
+	if (!self->dock_ || self->isExiting_) {
 		return;
 	}
 	if (event == OBS_FRONTEND_EVENT_EXIT) {

@@ -16,8 +16,10 @@ namespace quillbay {
 /// The bytes of a request's head, its blank line included, that are read at most.
 inline constexpr qsizetype kMaxHeadBytes = 8192;
 
+/// How much of a request's head has come.
 enum class HeadState { Incomplete, Complete, TooLarge };
 
+/// What `scanHead` found.
 struct HeadScan {
 	HeadState state = HeadState::Incomplete;
 	/// With its blank line; 0 unless complete.
@@ -28,6 +30,7 @@ struct HeadScan {
 /// comes byte by byte is read once. Never looks beyond the longest head and one byte. Any thread, as all of this file.
 HeadScan scanHead(QByteArrayView bytes, qsizetype scanned);
 
+/// What a request asks for; the path as it was sent.
 struct RequestLine {
 	QByteArray method;
 	QByteArray path;

@@ -273,6 +273,16 @@ private Q_SLOTS:
 		setRecord(other, {}, {}, {});
 		store->reattach(other, target.path);
 		QCOMPARE(store->filePath(other), path("Other.json"));
+		const OBSSourceAutoRelease third = makeScene("Third");
+		QVERIFY(store->write(third, {"third"}));
+		for (const char *file : {"Moved away.json", "Third.json"}) {
+			setRecord(other, uuidOf(other), file, "Moved away");
+			store->reattach(other, {});
+			QCOMPARE(store->read(other), "theirs");
+		}
+		setRecord(other, uuidOf(other), "Third.json", "Other");
+		QVERIFY(store->write(other, {"new"}));
+		QVERIFY(store->read(other) == "new" && store->read(third) == "third");
 	}
 
 	// The host died before it saved the record.

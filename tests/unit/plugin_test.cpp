@@ -199,6 +199,8 @@ private Q_SLOTS:
 		const auto exit = [&] {
 			frontend().sendEvent(OBS_FRONTEND_EVENT_EXIT);
 			frontend().save(saved, true);
+			frontend().sendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
+			QVERIFY(editor()->isEnabled());
 		};
 		check(exit, 0);
 		QVERIFY(!obs_data_has_user_value(saved, "quillbay_hotkeys"));
