@@ -34,12 +34,64 @@ void applyText(QTextCursor &cursor, const QString &sent)
 	cursor.insertText(sent.mid(changed.start, changed.newEnd - changed.start));
 }
 
+/// Text whose font is the first of these families that is there.
+struct FamilyList {
+	int begin = 0;
+	int end = 0;
+	QString first;
+};
+
+std::vector<FamilyList> familyLists(const QTextDocument &document)
+{
+	QHash<int, QString> known; // by format; null where there is no list
+	std::vector<FamilyList> lists;
+	for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+		for (auto at = block.begin(); !at.atEnd(); ++at) {
+			const QTextFragment fragment = at.fragment();
+			auto first = known.constFind(fragment.charFormatIndex());
+			if (first == known.constEnd()) {
+				const QTextCharFormat format = fragment.charFormat();
+				const bool isList = format.fontFamilies().toStringList().size() > 1;
+				first = known.insert(fragment.charFormatIndex(), isList ? familyOf(format) : QString());
+			}
+			if (!first->isNull()) {
+				lists.push_back({fragment.position(), fragment.position() + fragment.length(), *first});
+			}
+		}
+	}
+	return lists;
+}
+
+void merge(QTextCursor &cursor, int begin, int end, const QTextCharFormat &format)
+{
+	if (begin < end) {
+		cursor.setPosition(begin);
+		cursor.setPosition(end, QTextCursor::KeepAnchor);
+		cursor.mergeCharFormat(format);
+	}
+}
+
+// A run can name one family. Where it names the one that its text has, it says nothing about those that are there to
+// stand in for it, as in every note that is written in the host's own font.
 void applyRuns(QTextCursor &cursor, const std::vector<Run> &runs)
 {
+	const std::vector<FamilyList> lists = familyLists(*cursor.document());
+	auto list = lists.begin();
 	for (const Run &run : runs) {
-		cursor.setPosition(run.position);
-		cursor.setPosition(run.position + run.length, QTextCursor::KeepAnchor);
-		cursor.mergeCharFormat(run.format);
+		const int end = run.position + run.length;
+		int begin = run.position;
+		for (; list != lists.end() && list->begin < end; ++list) {
+			if (list->end > begin && list->first == familyOf(run.format)) {
+				const int kept = std::max(begin, list->begin);
+				merge(cursor, begin, kept, run.format);
+				begin = std::min(end, list->end);
+				merge(cursor, kept, begin, run.besidesFamily);
+			}
+			if (list->end > end) {
+				break; // the next run goes on in it
+			}
+		}
+		merge(cursor, begin, end, run.format);
 	}
 }
 

@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QJsonObject>
 #include <QStringView>
+#include <QTextCharFormat>
 #include <QTextDocument>
 
 #include <memory>
@@ -32,6 +33,9 @@ inline constexpr int kMaxListStart = 10'000;
 /// `resolved` every run spells out the font, size and colours that it has in effect, within the bounds above.
 /// `listsBefore` lists of the note stand before this part of it.
 QJsonObject exportDocument(const QTextDocument &document, bool resolved, int listsBefore = 0);
+
+/// The font's family as a run names it: the first one, or none.
+QString familyOf(const QTextCharFormat &format);
 
 /// Whether a run may hold this text: whole characters only, and none that stands for a paragraph's end or an object.
 bool isRunText(QStringView text);

@@ -116,7 +116,7 @@ Verdict IncomingDocument::readRun(const QJsonValue &value, qsizetype blockStart)
 	if (length - blockStart > kMaxParagraphLength || length > kMaxTextLength) {
 		return Verdict::OverLimit;
 	}
-	Run placed{static_cast<qint32>(text_.size()), static_cast<qint32>(added.size()), {}};
+	Run placed{static_cast<qint32>(text_.size()), static_cast<qint32>(added.size()), {}, {}};
 	const Look look{
 		.weight = run.value(QLatin1StringView("weight")).toInt(-1),
 		.italic = run.value(QLatin1StringView("italic")).toBool(),
@@ -127,7 +127,7 @@ Verdict IncomingDocument::readRun(const QJsonValue &value, qsizetype blockStart)
 		.color = run.value(QLatin1StringView("color")).toString(),
 		.background = run.value(QLatin1StringView("background")).toString(),
 	};
-	if (!readFormat(look, placed.format) || !isRunText(added)) {
+	if (!readFormat(look, placed) || !isRunText(added)) {
 		return Verdict::Broken;
 	}
 	runs_.push_back(placed);
@@ -135,12 +135,14 @@ Verdict IncomingDocument::readRun(const QJsonValue &value, qsizetype blockStart)
 	return Verdict::Good;
 }
 
-bool IncomingDocument::readFormat(const Look &look, QTextCharFormat &format)
+bool IncomingDocument::readFormat(const Look &look, Run &run)
 {
 	if (const auto known = formats_.constFind(look); known != formats_.constEnd()) {
-		format = *known;
+		run.format = known->whole;
+		run.besidesFamily = known->besidesFamily;
 		return true;
 	}
+	QTextCharFormat &format = run.format;
 	QBrush foreground;
 	QBrush background;
 	if (!std::isfinite(look.size) || look.size < 0 || look.size > kMaxPointSize ||
@@ -155,12 +157,13 @@ bool IncomingDocument::readFormat(const Look &look, QTextCharFormat &format)
 	if (look.size > 0) {
 		format.setFontPointSize(look.size);
 	}
+	format.setForeground(foreground);
+	format.setBackground(background);
+	run.besidesFamily = format;
 	if (!look.family.isEmpty()) {
 		format.setFontFamilies({look.family});
 	}
-	format.setForeground(foreground);
-	format.setBackground(background);
-	formats_.insert(look, format);
+	formats_.insert(look, {run.format, run.besidesFamily});
 	return true;
 }
 

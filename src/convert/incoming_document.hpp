@@ -19,6 +19,7 @@ struct Run {
 	qint32 position = 0;
 	qint32 length = 0;
 	QTextCharFormat format;
+	QTextCharFormat besidesFamily; ///< `format` without the font's family
 };
 
 /// How a paragraph is to stand; see `webDocument` for the values.
@@ -58,16 +59,20 @@ private:
 		QString background;
 		bool operator==(const Look &) const = default;
 	};
+	struct Formats {
+		QTextCharFormat whole;
+		QTextCharFormat besidesFamily;
+	};
 	friend size_t qHash(const Look &look, size_t seed);
 
 	Verdict readBlock(const QJsonValue &value);
 	Verdict readRun(const QJsonValue &value, qsizetype blockStart);
-	bool readFormat(const Look &look, QTextCharFormat &format);
+	bool readFormat(const Look &look, Run &run);
 
 	QString text_;
 	std::vector<Run> runs_;
 	std::vector<BlockForm> blocks_;
-	QHash<Look, QTextCharFormat> formats_;
+	QHash<Look, Formats> formats_;
 };
 
 } // namespace quillbay

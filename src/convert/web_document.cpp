@@ -67,11 +67,6 @@ int weightOf(const QTextCharFormat &format)
 	return format.hasProperty(QTextFormat::FontWeight) ? format.fontWeight() : kNormalWeight;
 }
 
-QString familyOf(const QTextCharFormat &format)
-{
-	return format.fontFamilies().toStringList().value(0);
-}
-
 bool isEditable(const QTextCharFormat &format)
 {
 	const double size = format.doubleProperty(QTextFormat::FontPointSize);
@@ -241,6 +236,11 @@ int Exporter::bounded(int value, int least, int most) const
 QJsonObject exportDocument(const QTextDocument &document, bool resolved, int listsBefore)
 {
 	return Exporter(document, resolved, listsBefore).result();
+}
+
+QString familyOf(const QTextCharFormat &format)
+{
+	return format.fontFamilies().toStringList().value(0);
 }
 
 bool isRunText(QStringView text)
