@@ -88,11 +88,6 @@ test('a phone that falls silent gives the note back', async () => {
 	assert.equal(await studio.get('noteEditor', 'toolTip'), '');
 });
 
-test('a session silent for a minute is gone', async () => {
-	await sleep(Math.max(silentSince + 61_500 - performance.now(), 0));
-	assert.equal((await silent.ask('KeepAlive')).code, 'session');
-});
-
 test('another scene collection ends what was begun', async () => {
 	const [phone] = phones;
 	let note = await phone.acquire(scene);
@@ -149,6 +144,11 @@ for (const [name, work] of Object.entries(floods)) {
 		assert.deepEqual(await once(sender, 'close'), [false], 'nobody is cut off while sending');
 	});
 }
+
+test('a session silent for a minute is gone', async () => {
+	await sleep(Math.max(silentSince + 61_500 - performance.now(), 0));
+	assert.equal((await silent.ask('KeepAlive')).code, 'session');
+});
 
 test('the host ends at once, whatever is under way', async () => {
 	await Promise.all(phones.map((phone) => phone.ask('ReleaseEdit')));

@@ -116,20 +116,6 @@ private Q_SLOTS:
 		QVERIFY(!editor->isReadOnly());
 	}
 
-	void remoteEdits()
-	{
-		type("local");
-		dock->setRemoteEditing(true);
-		QVERIFY(isOnDisk(first, "local"));
-		QVERIFY(editor->isReadOnly() && find<QAction>("Read")->isChecked());
-		QVERIFY(dock->applyRemoteHtml(first, "<p>from a phone</p>"));
-		QCOMPARE(editor->toPlainText(), "from a phone");
-		QVERIFY(dock->applyRemoteHtml(second, "elsewhere"));
-		QCOMPARE(dock->store().read(second), "elsewhere");
-		dock->setRemoteEditing(false);
-		QVERIFY(!editor->isReadOnly());
-	}
-
 	void remembersScrollPositions()
 	{
 		const auto value = [this] { return editor->verticalScrollBar()->value(); };
