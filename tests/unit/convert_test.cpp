@@ -271,6 +271,7 @@ private Q_SLOTS:
 		check("<p>x</p><p>x</p>", {item, item}, "x\u2029x");
 		check("<p>x</p><ul><li>y</ul>", {item, with(item, "runs", QJsonArray())}, "x\u2029");
 		check("<p>a</p><h1>b</h1>", {blockOf({})}, "");
+		check("<p>x</p>", {with(blockOf({runOf("x")}), "indent", 2)}, "x");
 	}
 
 	void anExportChangesNothing()
