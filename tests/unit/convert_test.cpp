@@ -274,6 +274,20 @@ private Q_SLOTS:
 		check("<p>x</p>", {with(blockOf({runOf("x")}), "indent", 2)}, "x");
 	}
 
+	void whatPhonesDoNotShowStays()
+	{
+		const QString html =
+			saved("<p style='line-height:140%'><span style='letter-spacing:2px'>ab</span>c</p>");
+		QJsonArray blocks = blocksOf(webDocument(html));
+		QJsonArray runs = blocks[0].toObject().value("runs").toArray();
+		runs[0] = with(runs[0].toObject(), "weight", 700);
+		blocks[0] = with(blocks[0].toObject(), "runs", runs);
+		QString result;
+		QVERIFY(applyWebDocument(html, documentOf(blocks), result) && result.contains("font-weight:700"));
+		QVERIFY2(result.contains("line-height:140%") && result.contains("letter-spacing:2px"),
+			 qPrintable(result));
+	}
+
 	void anExportChangesNothing()
 	{
 		for (quint32 seed = 1000; seed < 1200; ++seed) {
