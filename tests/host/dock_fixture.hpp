@@ -85,7 +85,8 @@ inline QStringList answerDialogs(QList<Answer> answers, const std::function<void
 	QTimer timer;
 	QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
 		auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-		if (!dialog || dialog == answered) {
+		// Work that takes long shows that it goes on, and asks nothing.
+		if (!dialog || dialog == answered || qobject_cast<QProgressDialog *>(dialog)) {
 			return;
 		}
 		answered = dialog;

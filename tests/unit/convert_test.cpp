@@ -295,6 +295,21 @@ private Q_SLOTS:
 		check("<p>x</p><p>x</p>", {item, item}, "x\u2029x");
 		check("<p>x</p><ul><li>y</ul>", {item, with(item, "runs", QJsonArray())}, "x\u2029");
 		check("<p>a</p><h1>b</h1>", {blockOf({})}, "");
+		check("<p>x</p>", {with(blockOf({runOf("x")}), "indent", 2)}, "x");
+	}
+
+	void whatPhonesDoNotShowStays()
+	{
+		const QString html =
+			saved("<p style='line-height:140%'><span style='letter-spacing:2px'>ab</span>c</p>");
+		QJsonArray blocks = blocksOf(webDocument(html));
+		QJsonArray runs = blocks[0].toObject().value("runs").toArray();
+		runs[0] = with(runs[0].toObject(), "weight", 700);
+		blocks[0] = with(blocks[0].toObject(), "runs", runs);
+		QString result;
+		QVERIFY(applyWebDocument(html, documentOf(blocks), result) && result.contains("font-weight:700"));
+		QVERIFY2(result.contains("line-height:140%") && result.contains("letter-spacing:2px"),
+			 qPrintable(result));
 	}
 
 	void anExportChangesNothing()

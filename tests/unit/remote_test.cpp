@@ -267,7 +267,6 @@ private Q_SLOTS:
 	void eventsAreGathered()
 	{
 		auto &events = websocket().events;
-		QTRY_VERIFY(!events.empty());
 		QTest::qWait(300);
 		events.clear();
 		QTest::keyClicks(editor, "a few words");

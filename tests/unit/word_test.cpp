@@ -212,25 +212,28 @@ private Q_SLOTS:
 	void brokenParts()
 	{
 		const QByteArray sound = body(paragraph("text"));
+		const QByteArray bare = sound.sliced(sound.indexOf("<document"));
 		const QString wide = QString::fromUtf8(sound).replace("UTF-8", "UTF-16");
 		const QByteArray wideBytes(reinterpret_cast<const char *>(wide.utf16()), wide.size() * 2);
 		QByteArray many;
 		for (int i = 0; many.size() < kPartBytes - 1000; ++i) {
 			many += " a" + QByteArray::number(i) + "=''";
 		}
-		const QByteArray namespaces = many.left(kPartBytes / 2).replace(" a", " xmlns:a");
-		const QByteArrayList broken{
-			"hello",
-			sound.chopped(3),
-			body("<p></r></p>"),
-			body("<x:p/>"),
-			body(paragraph("\xff")),
-			body(paragraph("&b;")),
-			"<!DOCTYPE w>" + sound,
-			"<?xml version='1.0'?><!-- --><!DOCTYPE w [<!ENTITY b 'bb'>]>" + body(paragraph("&b;")),
-			body(QByteArray("<a>").repeated(kPartBytes / 6)),
-			body("<p" + many + "/>"),
-			body("<p" + namespaces + ">" + QByteArray("<r/>").repeated(900'000) + "</p>")};
+		// Each element has few enough of its own.
+		const QByteArray namespaces =
+			many.left(many.indexOf(" a200=")).replace(" a", " xmlns:a").replace("''", "'u'");
+		const QByteArrayList broken{"hello",
+					    sound.chopped(3),
+					    body("<p></r></p>"),
+					    body("<x:p/>"),
+					    body(paragraph("\xff")),
+					    body(paragraph("&b;")),
+					    "<!DOCTYPE w>" + bare,
+					    "<!DOCTYPE w [<!ENTITY text 'text'>]>" +
+						    QByteArray(bare).replace("text", "&text;"),
+					    body(QByteArray("<a>").repeated(kPartBytes / 6)),
+					    body("<p" + many + "/>"),
+					    body("<p" + namespaces + "><r" + namespaces + "/></p>")};
 		const QByteArrayList odd{
 			body("<!-- <!DOCTYPE> --><?x <?>" +
 			     paragraph("<![CDATA[<!DOCTYPE <a><a>]]>", "<a x='>' y=\"/>\"/>")),
