@@ -176,6 +176,7 @@ void Dock::buildEditor()
 	};
 
 	readingBand = new ReadingBand(editor->viewport());
+	editor->setStripe(readingBand, kBandEdge);
 	remoteQrButton = named(new QToolButton(this), "remoteQrButton");
 	remoteQrButton->setFixedSize(kQrButtonSize, kQrButtonSize);
 	remoteQrButton->setIconSize(iconSize);
