@@ -33,8 +33,8 @@ constexpr int kMaxPointSize = 144;
 constexpr qreal kLineHeightPercent = 140;
 /// Room for the QR button, in device-independent pixels.
 constexpr int kQrSpace = 28;
-/// As many separate parts of the view are painted each by itself.
-constexpr int kMaxParts = 6;
+/// Parts of the view with more rows between them are painted each by itself.
+constexpr int kPartGap = 64;
 /// Eighths of a degree in one step of an ordinary mouse wheel.
 constexpr int kWheelStep = 120;
 
@@ -196,17 +196,27 @@ void Editor::paintBackground(QRect exposed)
 void Editor::paintEvent(QPaintEvent *event)
 {
 	paintBackground(event->rect());
-	const QRegion &exposed = event->region();
 	// A placeholder is painted whole each time.
-	if (exposed.rectCount() > kMaxParts || document()->isEmpty()) {
+	if (document()->isEmpty()) {
 		QTextEdit::paintEvent(event);
 		return;
 	}
 	// Qt would go through all the lines between the parts, too.
-	for (const QRect &part : exposed) {
-		QPaintEvent partly(part);
-		QTextEdit::paintEvent(&partly);
+	QRect part;
+	for (const QRect &next : event->region()) {
+		if (!part.isNull() && next.top() - part.bottom() > kPartGap) {
+			paintPart(part);
+			part = {};
+		}
+		part |= next;
 	}
+	paintPart(part);
+}
+
+void Editor::paintPart(QRect part)
+{
+	QPaintEvent event(part);
+	QTextEdit::paintEvent(&event);
 }
 
 void Editor::setStripe(QWidget *stripe, int edge)

@@ -80,6 +80,7 @@ protected:
 private:
 	[[nodiscard]] bool surelyScrolls() const;
 	void paintBackground(QRect exposed);
+	void paintPart(QRect part);
 	void takeStep(void (QTextEdit::*step)());
 	void repaintAbove(QWidget &widget, int dx, int dy);
 	[[nodiscard]] QTextBlock firstBlockInView();
