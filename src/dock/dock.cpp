@@ -177,6 +177,7 @@ void Dock::buildEditor()
 	};
 
 	readingBand = new ReadingBand(editor->viewport());
+	editor->setStripe(readingBand, kBandEdge);
 	remoteQrButton = named(new QToolButton(this), "remoteQrButton");
 	remoteQrButton->setFixedSize(kQrButtonSize, kQrButtonSize);
 	remoteQrButton->setIconSize(iconSize);

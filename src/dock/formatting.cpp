@@ -189,6 +189,7 @@ void Dock::clearFormat()
 		cursor.select(QTextCursor::Document);
 	}
 	const auto clear = [](const QTextBlock &block) { QTextCursor(block).setBlockFormat(plainParagraph()); };
+	const Editor::Place middle = editor->placeAt(editor->viewport()->height() / 2);
 	cursor.beginEditBlock();
 	cursor.setCharFormat({});
 	forEachSelectedParagraph(cursor, clear);
@@ -197,6 +198,7 @@ void Dock::clearFormat()
 		clear(editor->document()->lastBlock());
 	}
 	cursor.endEditBlock();
+	editor->showPlace(middle);
 	if (clearColorPreview()) {
 		updateAppearance();
 	}

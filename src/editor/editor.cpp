@@ -9,6 +9,8 @@
 #include "plugin/text.hpp"
 
 #include <QAbstractTextDocumentLayout>
+#include <QGuiApplication>
+#include <QInputMethod>
 #include <QPainter>
 #include <QPaintEvent>
 #include <QScrollBar>
@@ -31,6 +33,8 @@ constexpr int kMaxPointSize = 144;
 constexpr qreal kLineHeightPercent = 140;
 /// Room for the QR button, in device-independent pixels.
 constexpr int kQrSpace = 28;
+/// Parts of the view with more rows between them are painted each by itself.
+constexpr int kPartGap = 64;
 /// Eighths of a degree in one step of an ordinary mouse wheel.
 constexpr int kWheelStep = 120;
 
@@ -192,7 +196,62 @@ void Editor::paintBackground(QRect exposed)
 void Editor::paintEvent(QPaintEvent *event)
 {
 	paintBackground(event->rect());
-	QTextEdit::paintEvent(event);
+	// A placeholder is painted whole each time.
+	if (document()->isEmpty()) {
+		QTextEdit::paintEvent(event);
+		return;
+	}
+	// Qt would go through all the lines between the parts, too.
+	QRect part;
+	for (const QRect &next : event->region()) {
+		if (!part.isNull() && next.top() - part.bottom() > kPartGap) {
+			paintPart(part);
+			part = {};
+		}
+		part |= next;
+	}
+	paintPart(part);
+}
+
+void Editor::paintPart(QRect part)
+{
+	QPaintEvent event(part);
+	QTextEdit::paintEvent(&event);
+}
+
+void Editor::setStripe(QWidget *stripe, int edge)
+{
+	stripe_ = stripe;
+	stripeEdge_ = edge;
+}
+
+// What lies above the text stays where it is: Qt would take it along, and paint all of it when it is put back.
+void Editor::scrollContentsBy(int dx, int dy)
+{
+	const int right = isRightToLeft() ? -dx : dx;
+	viewport()->scroll(right, dy, viewport()->rect());
+	for (QObject *child : viewport()->children()) {
+		auto *above = qobject_cast<QWidget *>(child);
+		if (above && above->isVisible()) {
+			repaintAbove(*above, right, dy);
+		}
+	}
+	QGuiApplication::inputMethod()->update(Qt::ImCursorRectangle | Qt::ImAnchorRectangle);
+}
+
+// The pixels of a widget above the text have been moved along with the text.
+void Editor::repaintAbove(QWidget &widget, int dx, int dy)
+{
+	const QRect place = widget.geometry();
+	if (&widget != stripe_ || dx != 0) {
+		viewport()->update(place | place.translated(dx, dy));
+		widget.update();
+		return;
+	}
+	for (const int top : {place.top(), place.bottom() + 1 - stripeEdge_}) {
+		const QRect edge(place.left(), top, place.width(), stripeEdge_);
+		viewport()->update(edge | edge.translated(0, dy));
+	}
 }
 
 void Editor::resizeEvent(QResizeEvent *event)
@@ -231,6 +290,37 @@ int Editor::showPlace(const Place &place)
 	const int before = bar->value();
 	bar->setValue(before + cursorRect(place.cursor).top() - place.top);
 	return bar->value() - before;
+}
+
+void Editor::undo()
+{
+	takeStep(&QTextEdit::undo);
+}
+
+void Editor::redo()
+{
+	takeStep(&QTextEdit::redo);
+}
+
+// Qt puts the caret where the step has ended, and shows that place: a new look of all text would show the note's end.
+void Editor::takeStep(void (QTextEdit::*step)())
+{
+	const QString plain = document()->toRawText();
+	const QTextCursor caret = textCursor();
+	const Place middle = placeAt(viewport()->height() / 2);
+	const int first = cursorForPosition({}).position();
+	const int last = cursorForPosition(viewport()->rect().bottomRight()).position();
+	bool isSeen = false;
+	const auto note = [&](int position, int, int added) {
+		isSeen = isSeen || (position <= last && position + added >= first);
+	};
+	const QMetaObject::Connection noting = connect(document(), &QTextDocument::contentsChange, this, note);
+	(this->*step)();
+	disconnect(noting);
+	if (isSeen && document()->toRawText() == plain) {
+		setTextCursor(caret);
+		showPlace(middle);
+	}
 }
 
 void Editor::resizeText(int steps)

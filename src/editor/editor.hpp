@@ -40,6 +40,12 @@ public:
 	void setSearchMatch(bool on);
 	/// Keeps the right edge of the view free for the QR button, or gives it back.
 	void setQrSpace(bool on);
+	/// Undoes or redoes a step. Where it only changes how text in the view looks, the selection and the view stay.
+	void undo();
+	void redo();
+	/// Names a child of the view whose rows all look alike but for `edge` of them at its top and at its bottom.
+	/// When the text scrolls beneath it, only those are painted anew.
+	void setStripe(QWidget *stripe, int edge);
 	/// Adds `steps` points to the size of all text, each run kept between 6 and 144 points; one undo step.
 	void resizeText(int steps);
 	/// A place in the text, and where in the view it stands.
@@ -64,6 +70,7 @@ protected:
 	void wheelEvent(QWheelEvent *event) override;
 	void keyPressEvent(QKeyEvent *event) override;
 	void resizeEvent(QResizeEvent *event) override;
+	void scrollContentsBy(int dx, int dy) override;
 	void dropEvent(QDropEvent *event) override;
 	void changeEvent(QEvent *event) override;
 	void inputMethodEvent(QInputMethodEvent *event) override;
@@ -73,6 +80,9 @@ protected:
 private:
 	[[nodiscard]] bool surelyScrolls() const;
 	void paintBackground(QRect exposed);
+	void paintPart(QRect part);
+	void takeStep(void (QTextEdit::*step)());
+	void repaintAbove(QWidget &widget, int dx, int dy);
 	[[nodiscard]] QTextBlock firstBlockInView();
 	bool refuse();
 	void checkChange(int position, int removed, int added);
@@ -83,6 +93,8 @@ private:
 	[[nodiscard]] bool acceptsComposition(const QInputMethodEvent &event);
 
 	QWidget *numbers_ = nullptr;
+	QWidget *stripe_ = nullptr;
+	int stripeEdge_ = 0;
 	QRect exposed_;      // the part of the strip that is being painted
 	int firstBlock_ = 0; // the first number in it when it was painted last
 	int wheelDelta_ = 0;

@@ -224,8 +224,16 @@ void Editor::deleteSelection(bool cut)
 
 void Editor::keyPressEvent(QKeyEvent *event)
 {
-	if (isReadOnly() || matchesAny(event, {QKeySequence::Paste, QKeySequence::Undo, QKeySequence::Redo})) {
+	if (isReadOnly() || event->matches(QKeySequence::Paste)) {
 		QTextEdit::keyPressEvent(event);
+		return;
+	}
+	if (event->matches(QKeySequence::Undo)) {
+		undo();
+		return;
+	}
+	if (event->matches(QKeySequence::Redo)) {
+		redo();
 		return;
 	}
 	if (event->matches(QKeySequence::Cut)) {
