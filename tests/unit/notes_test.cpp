@@ -152,11 +152,11 @@ private Q_SLOTS:
 		static const QRegularExpression entry("^(\\w+)=\"(.*)\"$", QRegularExpression::MultilineOption);
 		static const QRegularExpression kept("%\\d|<[^>]*>|&\\w+;|(Ctrl|Shift|Alt)\\+|\\*\\.\\w+|;;");
 		const auto read = [](const QString &path) { return QString::fromUtf8(readFile(path)); };
-		const QDir folder(QUILLBAY_SOURCE_DIR "/data/locale");
+		const QDir locales(QUILLBAY_SOURCE_DIR "/data/locale");
 		// The texts' keys, each with what a translation keeps as it is.
 		const auto textsOf = [&](const QString &file) {
 			QMap<QString, QString> texts;
-			for (const auto &match : entry.globalMatch(read(folder.filePath(file)))) {
+			for (const auto &match : entry.globalMatch(read(locales.filePath(file)))) {
 				QStringList parts;
 				for (const auto &part : kept.globalMatch(match.captured(2))) {
 					parts << part.captured();
@@ -169,7 +169,7 @@ private Q_SLOTS:
 		const QMap<QString, QString> english = textsOf("en-US.ini");
 		QVERIFY(!english.isEmpty());
 		QStringList faults;
-		for (const QString &file : folder.entryList({"*.ini"})) {
+		for (const QString &file : locales.entryList({"*.ini"})) {
 			const QMap<QString, QString> texts = textsOf(file);
 			const QStringList all = texts.keys() + english.keys();
 			for (const QString &key : QSet<QString>(all.begin(), all.end())) {

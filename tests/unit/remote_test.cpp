@@ -398,6 +398,34 @@ private Q_SLOTS:
 		QVERIFY(saved("remote/port").toInt() > 1023);
 	}
 
+	// In a network of its own.
+	void everyAddressCanBeChosen()
+	{
+		if (!qEnvironmentVariableIsSet("QUILLBAY_NETWORK")) {
+			const QString script = "ip link add wifi type veth peer name wire; ip link set lo up;"
+					       "ip address add 192.0.2.7/24 dev wifi; ip link set wifi up;"
+					       "ip address add 198.51.100.9/24 dev wire; ip link set wire up;"
+					       "QUILLBAY_NETWORK=1 exec \"$0\" everyAddressCanBeChosen";
+			QCOMPARE(QProcess::execute("unshare", {"-rn", "sh", "-ec", script,
+							       QCoreApplication::applicationFilePath(), "-platform", "offscreen"}),
+				 0);
+			return;
+		}
+		QStringList found;
+		inNext<QDialog>([&found](QDialog &dialog) {
+			auto *address = dialog.findChild<QComboBox *>("remoteAddress");
+			for (int i = 0; i < address->count(); ++i) {
+				found += address->itemText(i);
+				address->setCurrentIndex(i);
+				dialog.findChild<QPushButton *>("remoteApply")->click();
+				found += dialog.findChild<QLabel *>("remoteStatus")->text();
+			}
+			dialog.reject();
+		});
+		remote().showSettings();
+		QCOMPARE(found, QStringList());
+	}
+
 	void qrCode()
 	{
 		for (const QString &text : {remote().url(), u"ü 日本 😀"_s, QString(800, u'x')}) {
