@@ -309,7 +309,7 @@ private Q_SLOTS:
 	}
 
 private:
-	[[nodiscard]] QString path(const QString &name) const { return folder->filePath(name); }
+	[[nodiscard]] QString path(const QString &name) const { return QDir(folder->path()).filePath(name); }
 	QString add(const QString &name, const QByteArray &bytes) const
 	{
 		writeFile(path(name), bytes);
