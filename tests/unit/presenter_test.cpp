@@ -77,6 +77,7 @@ private Q_SLOTS:
 		fixture->dock->setSpeed(5);
 		fixture->dock->command(Command::StartScroll);
 		QTRY_VERIFY(fixture->bar()->value() > 40);
+		QCoreApplication::sendPostedEvents(); // The last frame may wait to be painted.
 		const QImage screen = fixture->dock->screen()->grabWindow(fixture->dock->winId()).toImage();
 		QCOMPARE(screen.convertToFormat(QImage::Format_RGB32),
 			 fixture->dock->grab().toImage().convertToFormat(QImage::Format_RGB32));
