@@ -27,7 +27,8 @@ constexpr std::array<int, 9> kPlainCharacterProperties = {
 	QTextFormat::FontItalic,    QTextFormat::FontUnderline,   QTextFormat::TextUnderlineStyle,
 	QTextFormat::FontStrikeOut, QTextFormat::ForegroundBrush, QTextFormat::BackgroundBrush,
 };
-constexpr std::array<int, 9> kPlainBlockProperties = {
+constexpr std::array<int, 10> kPlainBlockProperties = {
+	QTextFormat::LayoutDirection, // HTML without one sets it too; the text's is looked at
 	QTextFormat::BlockAlignment,   QTextFormat::BlockIndent,       QTextFormat::TextIndent,
 	QTextFormat::BlockTopMargin,   QTextFormat::BlockBottomMargin, QTextFormat::BlockLeftMargin,
 	QTextFormat::BlockRightMargin, QTextFormat::LineHeight,        QTextFormat::LineHeightType,
