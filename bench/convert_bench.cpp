@@ -20,6 +20,7 @@ namespace quillbay::bench {
 namespace {
 
 constexpr double kExportBudget = 1.3;
+constexpr double kOpenBudget = 0.5; // nothing is parsed
 constexpr double kSaveBudget = 2;
 // Beside loading and writing, the plain way reads what was sent and exports what is there.
 constexpr double kNothingBudget = 1.5;
@@ -93,6 +94,12 @@ bool compareCase(const Case &note)
 	};
 	const auto webForm = [&note] { return milliseconds([&note] { (void)webDocument(note.html); }); };
 	bool isWithin = compare("export", note.name, kExportBudget, 9, webForm, load);
+
+	const auto writer = NoteDocument::makeScratch();
+	writer->setHtml(note.html);
+	const QString written = writer->toHtml();
+	const auto openForm = [&] { return milliseconds([&] { (void)webDocument(written, *writer); }); };
+	isWithin = compare("open", note.name, kOpenBudget, 9, openForm, load) && isWithin;
 
 	const QJsonObject exported = webDocument(note.html);
 	const auto apply = [&](const char *name, double budget, const QJsonObject &sent) {

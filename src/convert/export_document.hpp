@@ -31,8 +31,14 @@ inline constexpr int kMaxListStart = 10'000;
 
 /// The document in the form that `webDocument` describes, or an empty object when it is over the limits. With
 /// `resolved` every run spells out the font, size and colours that it has in effect, within the bounds above.
-/// `listsBefore` lists of the note stand before this part of it.
-QJsonObject exportDocument(const QTextDocument &document, bool resolved, int listsBefore = 0);
+/// `listsBefore` lists of the note stand before this part of it. Every text has the properties of `inherited` that it
+/// does not set itself.
+QJsonObject exportDocument(const QTextDocument &document, bool resolved, int listsBefore = 0,
+			   const QTextCharFormat &inherited = {});
+
+/// What `exportDocument` gives for the document that the HTML of this one makes, without making it; an empty object
+/// where it takes making it to know: lists, tables, anything but plain paragraphs.
+QJsonObject exportWritten(const QTextDocument &document);
 
 /// The font's family as a run names it: the first one, or none.
 QString familyOf(const QTextCharFormat &format);

@@ -95,8 +95,8 @@ bool isEditable(const QTextBlock &block)
 
 class Exporter {
 public:
-	Exporter(const QTextDocument &document, bool resolved, int listsBefore)
-	    : document_(document), resolved_(resolved), lists_(listsBefore)
+	Exporter(const QTextDocument &document, bool resolved, int listsBefore, const QTextCharFormat &inherited)
+	    : document_(document), resolved_(resolved), inherited_(inherited), lists_(listsBefore)
 	{
 	}
 
@@ -119,6 +119,7 @@ private:
 
 	const QTextDocument &document_;
 	const bool resolved_;
+	const QTextCharFormat inherited_;
 	QHash<int, Form> forms_;             // by the index of their format
 	QHash<int, QJsonObject> blockForms_; // by the index of their format, which names the list too
 	ListNumbers lists_;
@@ -193,7 +194,8 @@ const Exporter::Form &Exporter::formOf(const QTextFragment &fragment)
 	const int index = fragment.charFormatIndex();
 	auto known = forms_.find(index);
 	if (known == forms_.end()) {
-		const QTextCharFormat format = fragment.charFormat();
+		QTextCharFormat format = inherited_;
+		format.merge(fragment.charFormat());
 		known = forms_.insert(index, {runForm(format), isEditable(format)});
 	}
 	return *known;
@@ -233,9 +235,10 @@ int Exporter::bounded(int value, int least, int most) const
 
 } // namespace
 
-QJsonObject exportDocument(const QTextDocument &document, bool resolved, int listsBefore)
+QJsonObject exportDocument(const QTextDocument &document, bool resolved, int listsBefore,
+			   const QTextCharFormat &inherited)
 {
-	return Exporter(document, resolved, listsBefore).result();
+	return Exporter(document, resolved, listsBefore, inherited).result();
 }
 
 QString familyOf(const QTextCharFormat &format)
@@ -245,6 +248,13 @@ QString familyOf(const QTextCharFormat &format)
 
 bool isRunText(QStringView text)
 {
+	// Hardly any text holds more than these, and every one of a note is asked.
+	const auto isOrdinary = [](QChar character) {
+		return character.unicode() >= u' ' && character.unicode() < QChar::ParagraphSeparator;
+	};
+	if (std::ranges::all_of(text, isOrdinary)) {
+		return true;
+	}
 	const bool isForbidden = std::ranges::any_of(text, [](QChar character) {
 		switch (character.unicode()) {
 		case u'\0':
@@ -287,6 +297,15 @@ QJsonObject webDocument(const QString &html)
 {
 	const auto document = parsed(html);
 	return document ? exportDocument(*document, false) : QJsonObject();
+}
+
+QJsonObject webDocument(const QString &html, const QTextDocument &writer)
+{
+	const QJsonObject known = exportWritten(writer);
+	if (known.isEmpty()) {
+		return webDocument(html);
+	}
+	return isWorthParsing(html) ? known : QJsonObject();
 }
 
 QString plainText(const QString &html)

@@ -16,6 +16,9 @@ namespace quillbay {
 /// holds anything that this form cannot say. An empty object means that the note is over the text limits, or would
 /// freeze Qt's parser. GUI thread.
 [[nodiscard]] QJsonObject webDocument(const QString &html);
+/// The same for HTML that this document has just written (`writer.toHtml()`), without parsing it where the result is
+/// known to be the same. GUI thread.
+[[nodiscard]] QJsonObject webDocument(const QString &html, const QTextDocument &writer);
 
 /// The note's text: paragraphs and lines end in "\n", list markers are no part of it, pictures are left out. Null
 /// for HTML that would freeze Qt's parser. GUI thread.

@@ -290,12 +290,15 @@ bool Dock::writeDetachedNote(QString &error)
 	return true;
 }
 
-QString Dock::readHtml(obs_source_t *scene, QString *error) const
+QString Dock::readHtml(obs_source_t *scene, QString *error, const QTextDocument **writer) const
 {
-	if (dirty && scene && keyOf(scene) == sceneKey) {
-		return editor->toHtml();
+	const bool isOpen = scene && keyOf(scene) == sceneKey;
+	const QString shown = isOpen && (dirty || writer) ? editor->toHtml() : QString();
+	const QString html = isOpen && dirty ? shown : noteStore.read(scene, error);
+	if (writer) {
+		*writer = isOpen && html == shown ? editor->document() : nullptr;
 	}
-	return noteStore.read(scene, error);
+	return html;
 }
 
 void Dock::sceneRenamed(obs_source_t *scene)

@@ -35,6 +35,7 @@ class QMouseEvent;
 class QSlider;
 class QSpinBox;
 class QTemporaryDir;
+class QTextDocument;
 class QToolBar;
 class QToolButton;
 
@@ -71,7 +72,8 @@ public:
 	/// With `report` the outcome is shown. False when an edit is still pending.
 	bool flush(bool requestHostSave, bool report);
 	/// The HTML of a scene's note as the user sees it: with the unsaved edit when it is the open one.
-	[[nodiscard]] QString readHtml(obs_source_t *scene, QString *error = nullptr) const;
+	/// `writer` is set to the document that would write the very same HTML now, or to null.
+	QString readHtml(obs_source_t *scene, QString *error = nullptr, const QTextDocument **writer = nullptr) const;
 	/// Keeps the bound scene's scroll position for when it is shown again.
 	void rememberPosition();
 	/// A scene has a new name: its note moves along.

@@ -747,14 +747,15 @@ void Reader::addText(QStringView text)
 	for (qsizetype i = 0; i < text.size() && shape_.isBounded; ++i) {
 		const QChar c = text[i];
 		if (isLetter(c)) {
-			const auto isPlain = [](QChar plain) { return isLetter(plain) || plain == u' '; };
-			const auto end = std::find_if_not(text.begin() + i, text.end(), isPlain);
-			const QStringView run = text.sliced(i, end - text.begin() - i);
+			qsizetype end = i;
+			qsizetype sure = 0;
+			for (; end < text.size() && (isLetter(text[end]) || text[end] == u' '); ++end) {
+				sure += text[end] != u' ' && end >= sureFrom ? 1 : 0;
+			}
 			content();
-			addCharacters(run.size());
-			addSureCharacters(std::ranges::count_if(
-				run.sliced(std::clamp<qsizetype>(sureFrom - i, 0, run.size())), isLetter));
-			i += run.size() - 1;
+			addCharacters(end - i);
+			addSureCharacters(sure);
+			i = end - 1;
 		} else if (c == u'&') {
 			content();
 			sureFrom = i + kLongestEntity;

@@ -97,13 +97,7 @@ QJsonObject Remote::getState(const QJsonObject &)
 
 // --- reading -----------------------------------------------------------------------------------------------------
 
-QJsonObject Remote::document(const QString &sceneId) const
-{
-	NoteSession once;
-	return document(sceneId, once);
-}
-
-QJsonObject Remote::document(const QString &sceneId, NoteSession &note) const
+QJsonObject Remote::document(const QString &sceneId, NoteSession *note) const
 {
 	const OBSSourceAutoRelease scene = sceneSource(sceneId);
 	if (!scene) {
@@ -118,11 +112,13 @@ QJsonObject Remote::document(const QString &sceneId, NoteSession &note) const
 		}
 	}
 	QString failure;
-	const QString html = dock.readHtml(scene, &failure);
+	const QTextDocument *writer = nullptr;
+	// What will be edited is parsed anyway, to prove how its saves can be quick.
+	const QString html = dock.readHtml(scene, &failure, note ? nullptr : &writer);
 	if (!failure.isEmpty()) {
 		return error("read");
 	}
-	QJsonObject reply = note.webDocument(html);
+	QJsonObject reply = note ? note->webDocument(html) : writer ? webDocument(html, *writer) : webDocument(html);
 	if (!isSendable(reply)) {
 		return error("size");
 	}
@@ -214,7 +210,7 @@ QJsonObject Remote::acquireEdit(const QJsonObject &payload)
 	const QString sceneId = textOf(payload, "scene");
 	const bool isReplacing = payload[QLatin1StringView("replace")].toBool();
 	auto note = std::make_unique<NoteSession>();
-	QJsonObject reply = isReplacing ? success() : document(sceneId, *note);
+	QJsonObject reply = isReplacing ? success() : document(sceneId, note.get());
 	if (!reply[QLatin1StringView("ok")].toBool()) {
 		return reply;
 	}

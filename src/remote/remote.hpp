@@ -132,9 +132,8 @@ private:
 	[[nodiscard]] QJsonObject open(const QJsonObject &payload);
 	[[nodiscard]] QJsonObject keepAlive(const QJsonObject &payload);
 	[[nodiscard]] QJsonObject getState(const QJsonObject &payload);
-	[[nodiscard]] QJsonObject document(const QString &sceneId) const;
-	/// The same for one who is going to save the note again and again.
-	[[nodiscard]] QJsonObject document(const QString &sceneId, NoteSession &note) const;
+	/// The reply with the scene's note; with `note`, for one who is going to save it again and again.
+	[[nodiscard]] QJsonObject document(const QString &sceneId, NoteSession *note = nullptr) const;
 	[[nodiscard]] QJsonObject getDocument(const QJsonObject &payload);
 	[[nodiscard]] QJsonObject exportNote(const QJsonObject &payload, const char *key,
 					     QString (*convert)(const QString &html));

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 
 #include "convert/apply_web_document.hpp"
+#include "convert/export_document.hpp"
 #include "convert/note_session.hpp"
 #include "convert/web_document.hpp"
 #include "notes/limits.hpp"
@@ -112,6 +113,41 @@ public:
 					.replace("%2", QString::number(below(9)));
 		}
 		return below(4) == 0 ? html : saved(saved(html));
+	}
+
+	// Most of it stays as plain as what people type.
+	void edit(QTextDocument &document)
+	{
+		static const QStringList kTyped =
+			QString("x¦  ¦ y "
+				"¦\u00a0¦<&\">'¦\U0001F601¦\u2003\u200b\u00ad¦\ttab¦\n¦\u2028¦\u05d0¦\u3000\ufeff¦&"
+				"amp;")
+				.split(u'¦');
+		QTextCursor cursor(&document);
+		cursor.setPosition(below(document.characterCount()));
+		cursor.setPosition(below(document.characterCount()), QTextCursor::KeepAnchor);
+		QTextBlockFormat block;
+		block.setIndent(below(14));
+		block.setAlignment(Qt::Alignment(1 << below(4)));
+		const std::pair<QTextFormat::Property, QVariant> changes[] = {
+			{QTextFormat::FontWeight, below(4) ? 700 : 350},
+			{QTextFormat::FontItalic, below(2) > 0},
+			{QTextFormat::FontStrikeOut, below(2) > 0},
+			{QTextFormat::FontPointSize, 9 + below(3) * 0.55},
+			{QTextFormat::ForegroundBrush, QBrush(QColor(below(2), 9, 9, below(4) ? 255 : 100))},
+			{QTextFormat::FontFamilies, QStringList{below(4) ? "Open Sans" : "It's", "Arial"}},
+		};
+		const size_t change = below(12);
+		if (change < std::size(changes)) {
+			QTextCharFormat format;
+			format.setProperty(changes[change].first, changes[change].second);
+			cursor.mergeCharFormat(format);
+		} else if (change < 8) {
+			cursor.mergeBlockFormat(block);
+		} else {
+			cursor.setPosition(cursor.position());
+			cursor.insertText(kTyped[below(kTyped.size())]);
+		}
 	}
 
 	QJsonObject edited(const QJsonObject &document)
@@ -388,6 +424,32 @@ private Q_SLOTS:
 			QVERIFY2(clock.elapsed() < kMaxMilliseconds, qPrintable(QString::number(clock.elapsed())));
 			QVERIFY(!isApplied || withinHtmlLimits(html));
 		}
+	}
+
+	// What the open editor's document gives is what its HTML gives, whatever was typed, coloured or indented in it.
+	void anOpenDocumentGivesWhatItsHtmlGives()
+	{
+		int known = 0;
+		for (quint32 seed = 3000; seed < 3600; ++seed) {
+			Generator generator(seed);
+			NoteDocument editor;
+			QFont font("Open Sans", 9 + generator.below(4));
+			font.setFamilies({"Open Sans", "sans-serif"});
+			editor.setDefaultFont(font);
+			editor.setDefaultStyleSheet("p, li { line-height: 140%; }");
+			const QString plain = "<p>one</p><p align=right>two <b>three</b> </p><p></p>";
+			editor.setHtml(generator.below(4) ? generator.below(2) ? plain : saved(plain)
+							  : generator.note());
+			for (int edit = generator.below(6); edit > 0; --edit) {
+				generator.edit(editor);
+			}
+			const QString html = editor.toHtml();
+			const QJsonObject sent = webDocument(html);
+			QVERIFY2(webDocument(html, editor) == sent, qPrintable(QString::number(seed) + html));
+			known += exportWritten(editor).isEmpty() ? 0 : 1;
+		}
+		qInfo("%d known without parsing", known);
+		QVERIFY(known > 200);
 	}
 
 	void sessionsGiveWhatThePlainWayGives()
