@@ -37,7 +37,7 @@ count() {
 
 stage_format() {
 	local files
-	mapfile -t files < <(cd "$REPO" && find src tests bench -name node_modules -prune -o \
+	mapfile -t files < <(cd "$REPO" && find src tests bench fuzz -name node_modules -prune -o \
 		'(' -name '*.cpp' -o -name '*.hpp' -o -name '*.c' -o -name '*.h' ')' -print | sort)
 	if run_stage format clang-format-22 --dry-run -Werror "${files[@]}"; then
 		count format 1 0
