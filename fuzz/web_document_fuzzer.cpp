@@ -7,6 +7,7 @@
 #include "convert/note_session.hpp"
 #include "convert/web_document.hpp"
 #include "notes/limits.hpp"
+#include "notes/note_document.hpp"
 
 #include <QGuiApplication>
 #include <QJsonDocument>
@@ -39,6 +40,18 @@ void trySession(QString html, const QJsonObject &sent, const QJsonObject &export
 	}
 }
 
+// What the editor's own document tells without being parsed, beside what its HTML tells.
+void tryWriter(const QString &html)
+{
+	if (!withinHtmlLimits(html)) {
+		return;
+	}
+	const auto writer = NoteDocument::makeScratch();
+	writer->setHtml(html);
+	const QString written = writer->toHtml();
+	require(webDocument(written, *writer) == webDocument(written), "an open document exports the same");
+}
+
 void tryBoth(const QString &html, const QJsonObject &sent)
 {
 	const QString untouched = QStringLiteral("untouched");
@@ -56,6 +69,7 @@ void tryBoth(const QString &html, const QJsonObject &sent)
 	}
 	(void)plainText(html);
 	trySession(html, sent, exported);
+	tryWriter(html);
 }
 
 } // namespace
