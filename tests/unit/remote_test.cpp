@@ -126,6 +126,10 @@ private Q_SLOTS:
 			}
 		}
 		QCOMPARE(codeOf("Scroll", {{"command", "seek"}, {"scene", "nowhere"}, {"target", "1"}}), "scene");
+		QVERIFY(dock->store().write(fixture->second, {QString("<div>").repeated(50'000)}));
+		for (const auto &[action, code] : {std::pair{"ExportHtml", "ok"}, {"ExportText", "size"}}) {
+			QCOMPARE(codeOf(action, {{"scene", uuidOf(fixture->second)}}), code);
+		}
 	}
 
 	void payloads()
