@@ -254,7 +254,14 @@ QString Dock::exportedNote(const OBSWeakSource &exported, bool asText, QString &
 		return {};
 	}
 	const QString html = noteStore.read(scene, &error);
-	return asText ? plainText(html) : html;
+	if (!asText || !error.isEmpty()) {
+		return html;
+	}
+	const QString plain = plainText(html);
+	if (plain.isNull()) {
+		error = text("TextLimit");
+	}
+	return plain;
 }
 
 void Dock::convertToBasic()

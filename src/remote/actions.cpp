@@ -152,7 +152,12 @@ QJsonObject Remote::exportNote(const QJsonObject &payload, const char *key, QStr
 	if (html.toUtf8().size() > kMaxDocumentBytes) {
 		return error("size");
 	}
-	return success({{QLatin1StringView(key), convert(html)}});
+	const QString converted = convert(html);
+	// An empty file must not pass for a note that cannot be read.
+	if (converted.isNull() && !html.isEmpty()) {
+		return error("size");
+	}
+	return success({{QLatin1StringView(key), converted}});
 }
 
 QJsonObject Remote::exportHtml(const QJsonObject &payload)

@@ -211,14 +211,10 @@ void Remote::scrollChanged()
 
 void Remote::lockChanged()
 {
-	const bool hasLease = !editorSession.isEmpty();
-	if (dock.isLocked()) {
-		localEditUntil = 0;
-	} else if (hasLease) {
-		// The dock's user takes the note back.
-		localEditUntil = now() + kLocalEditMs;
-	}
-	if (hasLease) {
+	const bool isLocked = dock.isLocked();
+	if (isLocked || !editorSession.isEmpty()) {
+		// Who unlocks a note that a device has takes it back.
+		localEditUntil = isLocked ? 0 : now() + kLocalEditMs;
 		releaseEditor();
 		if (upload) {
 			upload->abort();

@@ -73,10 +73,12 @@ void Remote::toggleQr(QWidget *host)
 
 bool Remote::hideQr()
 {
-	const bool wasVisible = qrOverlay && qrOverlay->isVisible();
-	if (wasVisible) {
-		qrOverlay->hide();
+	if (!qrOverlay) {
+		return false;
 	}
+	const bool wasVisible = qrOverlay->isVisible();
+	// One that has just gone with the dock's window would come back with it.
+	qrOverlay->hide();
 	return wasVisible;
 }
 

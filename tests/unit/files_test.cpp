@@ -191,6 +191,12 @@ private Q_SLOTS:
 		import({.path = path}, {kYes});
 		QVERIFY(!fixture->editor->isReadOnly() && fixture->editor->placeholderText().isEmpty());
 		QVERIFY(fixture->dock->store().read(other).contains("new"));
+		QVERIFY(fixture->dock->store().write(other, {QString("<div>").repeated(50'000)}));
+		fixture->dock->bindScene(nullptr);
+		fixture->dock->bindScene(other);
+		answer({{.path = path}, kYes}, &Dock::exportDocument);
+		QCOMPARE(fixture->status(), text("TextLimit"));
+		QCOMPARE(readFile(path), QByteArray("new")); // and is not replaced by nothing
 	}
 
 	void convertsToBasicFormatting()

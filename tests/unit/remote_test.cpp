@@ -126,6 +126,10 @@ private Q_SLOTS:
 			}
 		}
 		QCOMPARE(codeOf("Scroll", {{"command", "seek"}, {"scene", "nowhere"}, {"target", "1"}}), "scene");
+		QVERIFY(dock->store().write(fixture->second, {QString("<div>").repeated(50'000)}));
+		for (const auto &[action, code] : {std::pair{"ExportHtml", "ok"}, {"ExportText", "size"}}) {
+			QCOMPARE(codeOf(action, {{"scene", uuidOf(fixture->second)}}), code);
+		}
 	}
 
 	void payloads()
@@ -444,6 +448,16 @@ private Q_SLOTS:
 		QCOMPARE(overlay->geometry().topRight(), viewport->mapTo(dock, viewport->rect().topRight()));
 		QTest::keyClick(editor, Qt::Key_Escape);
 		QVERIFY(!overlay->isVisible());
+		QWidget window;
+		dock->setParent(&window);
+		dock->show();
+		window.show();
+		remote().toggleQr(viewport);
+		window.hide();
+		window.show();
+		QVERIFY2(!overlay->isVisible(), "what went with the window does not come back with it");
+		dock->setParent(nullptr);
+		dock->show();
 		for (const bool isListening : {true, false}) {
 			remote().toggleQr(viewport);
 			QCOMPARE(overlay->isVisible(), isListening);
