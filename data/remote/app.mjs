@@ -1327,6 +1327,16 @@ function onComposition(event) {
 	if (!editing.isComposing && client.editing) edited();
 }
 
+/** What the browser would not do, or not as it should. @param {KeyboardEvent} event */
+function onKey(event) {
+	const hasCommand = event.ctrlKey || event.metaKey || event.altKey;
+	if (event.key === 'End' && !hasCommand && canWrite()) {
+		note.leaveMark(article, event.shiftKey);
+	} else {
+		onUndoKey(event);
+	}
+}
+
 /** The browser offers undo and redo only while it has a history of its own. @param {KeyboardEvent} event */
 function onUndoKey(event) {
 	const key = event.key.toLowerCase();
@@ -1392,7 +1402,7 @@ function revealCaret() {
 function listenForTyping() {
 	article.addEventListener('beforeinput', onBeforeInput);
 	article.addEventListener('input', onInput);
-	article.addEventListener('keydown', onUndoKey);
+	article.addEventListener('keydown', onKey);
 	article.addEventListener('compositionstart', onComposition);
 	article.addEventListener('compositionend', onComposition);
 	article.addEventListener('paste', (event) => {
