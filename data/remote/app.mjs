@@ -740,7 +740,8 @@ function offerDraft(draft, model) {
 	}
 	show(draft.document, false);
 	const isCurrent = draft.epoch === model.epoch && draft.revision === model.revision;
-	showNotice(isCurrent ? 'RemoteDraft' : 'RemoteConflict', { retry: isCurrent && model.editable });
+	const isResumable = isCurrent && model.editable;
+	showNotice(isCurrent ? 'RemoteDraft' : 'RemoteConflict', { retry: isResumable, reload: !isResumable });
 }
 
 /** @param {string} id @param {unknown} error */
@@ -975,7 +976,8 @@ async function beginEdit(resumes = false, point) {
 	let isStale = false;
 	try {
 		const model = /** @type {any} */ (await call('AcquireEdit', { scene, epoch, revision }));
-		const isWanted = resumes || article.contains(document.activeElement);
+		const isLookedAt = document.visibilityState === 'visible' && article.contains(document.activeElement);
+		const isWanted = resumes || isLookedAt;
 		if (!client.online || client.scene !== scene || client.remoteState?.locked || !isWanted) {
 			releaseQuietly();
 			return;
@@ -1045,6 +1047,8 @@ function endEdit() {
 		editing.caret = note.selectionOffsets(article)?.end ?? 0;
 	}
 	client.editing = false;
+	// A document that can no longer be edited does not report the end of a composition.
+	editing.isComposing = false;
 	clearTimeout(editing.draftTimer);
 	clearTimeout(editing.saveTimer);
 	stopPainter();
@@ -1141,6 +1145,7 @@ function finishEdit() {
 		client.finishing = null;
 		updateControls();
 	});
+	updateControls();
 	return client.finishing;
 }
 
@@ -1187,7 +1192,11 @@ function listenForLease() {
 			attempt(finishEdit);
 		}
 	});
-	addEventListener('keydown', onEscape);
+	addEventListener('keydown', (event) => {
+		// A pointer that only opened a menu, or was released elsewhere, clicks nothing.
+		isPointerDown = false;
+		onEscape(event);
+	});
 	article.addEventListener('focus', () => {
 		if (!isPointerDown) beginEdit();
 	});
@@ -1315,7 +1324,17 @@ function onComposition(event) {
 	editing.isComposing = event.type === 'compositionstart';
 	const outcome = note.handleComposition(article, event);
 	if (outcome === 'refused') showNotice('TextLimit');
-	if (!editing.isComposing) edited();
+	if (!editing.isComposing && client.editing) edited();
+}
+
+/** What the browser would not do, or not as it should. @param {KeyboardEvent} event */
+function onKey(event) {
+	const hasCommand = event.ctrlKey || event.metaKey || event.altKey;
+	if (event.key === 'End' && !hasCommand && canWrite()) {
+		note.leaveMark(article, event.shiftKey);
+	} else {
+		onUndoKey(event);
+	}
 }
 
 /** The browser offers undo and redo only while it has a history of its own. @param {KeyboardEvent} event */
@@ -1383,7 +1402,7 @@ function revealCaret() {
 function listenForTyping() {
 	article.addEventListener('beforeinput', onBeforeInput);
 	article.addEventListener('input', onInput);
-	article.addEventListener('keydown', onUndoKey);
+	article.addEventListener('keydown', onKey);
 	article.addEventListener('compositionstart', onComposition);
 	article.addEventListener('compositionend', onComposition);
 	article.addEventListener('paste', (event) => {

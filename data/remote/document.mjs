@@ -1521,6 +1521,28 @@ export function markAt(root, range) {
 const markBeside = ({ paragraph, offset }) =>
 	marksOf(paragraph).find(({ start, end }) => start === offset || end === offset) ?? null;
 
+/**
+ * Takes the caret past the marks that it is in or beside, as far as their line goes on: to the browser a mark is a line
+ * of its own, and the End key would stay in it.
+ * @param {HTMLElement} root
+ * @param {boolean} selects what the caret passes
+ */
+export function leaveMark(root, selects) {
+	const selection = root.ownerDocument.getSelection();
+	const place = selection?.focusNode && placeOf(root, selection.focusNode, selection.focusOffset);
+	if (!place) return;
+	const { paragraph, offset } = place;
+	let past = -1;
+	for (const { start, end } of marksOf(paragraph)) {
+		if ((start <= offset && offset <= end) || start === past) past = end;
+	}
+	if (past < 0) return;
+	const isLineEnd = (paragraphText(paragraph)[past] ?? '\n') === '\n';
+	const point = pointOf({ paragraph, offset: isLineEnd ? past : past + 1 });
+	if (selects) selection.extend(...point);
+	else selection.collapse(...point);
+}
+
 /** Whether what looks like a mark is one, and nothing else. @param {HTMLElement} paragraph */
 function hasTrueMarks(paragraph) {
 	const shown = Array.from(paragraph.querySelectorAll('[data-mark]'), (element) => element.textContent);

@@ -163,7 +163,9 @@ test('neither a cut connection nor a page that is left nor a scene that is gone 
 	const visitor = await visit();
 	const { page } = visitor;
 	await visitor.edit();
-	await visitor.type(' typed without a network');
+	await visitor.type(' typed without a ');
+	const keyboard = await visitor.context.newCDPSession(page);
+	await keyboard.send('Input.imeSetComposition', { text: 'network', selectionStart: 7, selectionEnd: 7 });
 	await visitor.cut(true);
 	await visitor.sees('#connection', text('RemoteDisconnected'));
 	await sleep(1500);

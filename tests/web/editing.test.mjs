@@ -197,6 +197,11 @@ test('marks are found, inserted, left and deleted whole', async () => {
 	await use.page.keyboard.type('y');
 	const blue = '{color #0000ff}';
 	assert.equal(await brief(unset), `◆{color #ffb347}|y${blue}|◆{color #ffb347}|x${blue}`);
+	// The End key leaves them for the end of the line.
+	await inPage(() => show('◆[a]◆[b] c\nd', 2));
+	await inPage(() => note.leaveMark(root, true));
+	await use.page.keyboard.press('Shift+End');
+	assert.deepEqual(await inPage(() => note.selectionOffsets(root)), { start: 2, end: 10 });
 	// Typing makes and breaks marks.
 	await inPage(() => show('a [b] c', 2));
 	await use.page.keyboard.type('◆');
