@@ -69,13 +69,26 @@ bool isBareNoteFileName(const QString &file)
 	       file.endsWith(QLatin1StringView(".json"), Qt::CaseInsensitive);
 }
 
-// Only a file that is truly not there is an empty note: behind a folder that cannot be entered, or that has
-// become a file, a note may well be.
+// Whether the nearest thing above `path` that is there is a link to nowhere, as to a disk that has gone.
+bool isBehindBrokenLink(std::filesystem::path path)
+{
+	std::error_code error;
+	while (path.has_relative_path() &&
+	       std::filesystem::symlink_status(path, error).type() == std::filesystem::file_type::not_found) {
+		path = path.parent_path();
+	}
+	return std::filesystem::is_symlink(path, error) && !std::filesystem::exists(path, error);
+}
+
+// Only a file that is truly not there is an empty note: behind a folder that cannot be entered, that has become a
+// file, or that is a link to a disk that has gone, a note may well be.
 bool isMissing(const QString &path)
 {
 	std::error_code error;
-	const auto status = std::filesystem::symlink_status(QFileInfo(path).filesystemAbsoluteFilePath(), error);
-	return status.type() == std::filesystem::file_type::not_found && error != std::errc::not_a_directory;
+	const auto file = QFileInfo(path).filesystemAbsoluteFilePath();
+	const auto status = std::filesystem::symlink_status(file, error);
+	return status.type() == std::filesystem::file_type::not_found && error != std::errc::not_a_directory &&
+	       !isBehindBrokenLink(file.parent_path());
 }
 
 bool loadNoteFile(const QString &path, NoteFile &note, QString &error)

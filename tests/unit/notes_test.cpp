@@ -246,6 +246,13 @@ private Q_SLOTS:
 		QVERIFY(readFile(path("Intro.json")).contains("one"));
 
 		QVERIFY(!store->takeReferenceChanges());
+
+		setRecord(scene, uuidOf(scene), "Intro.json", "Intro");
+		QVERIFY(QDir().rename(store->folder(), folder->filePath("disk")));
+		error.clear();
+		QVERIFY2(store->read(scene, &error).isEmpty() && error.isEmpty(), "no note is an empty note");
+		QVERIFY(QFile::link(folder->filePath("unplugged/notes"), store->folder()));
+		QVERIFY2(store->read(scene, &error).isEmpty() && !error.isEmpty(), "what is out of reach is not empty");
 	}
 
 	void clearingByAge()
