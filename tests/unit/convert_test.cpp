@@ -219,7 +219,8 @@ int changedLines(QString &html, qsizetype at)
 	const QStringList after = html.split(u'\n');
 	return !isApplied || after.size() != before.size()
 		       ? -1
-		       : std::inner_product(before.begin(), before.end(), after.begin(), 0, std::plus(), std::not_equal_to());
+		       : std::inner_product(before.begin(), before.end(), after.begin(), 0, std::plus(),
+					    std::not_equal_to());
 }
 
 } // namespace
