@@ -91,7 +91,8 @@ async function measureTeleprompter(studio, phones) {
 	console.log(`events of 5 s: ${events}`);
 }
 
-const studio = await openRemoteStudio(Object.keys(notes));
+// The first is on air before its note is there.
+const studio = await openRemoteStudio(['Start', ...Object.keys(notes)]);
 const phone = await Client.open(studio, 'bench');
 await compareRoundTrips(phone);
 for (const name of Object.keys(notes)) {
