@@ -85,6 +85,8 @@ void Editor::loadHtml(const QString &html)
 	// Laid out once, when its paragraphs are counted and the view has its width.
 	document()->setLayoutEnabled(false);
 	setHtml(html);
+	// Qt keeps what was typed with in the note before.
+	setTextCursor(QTextCursor(document()));
 	// A scroll bar that comes while the text is laid out lays it out twice more.
 	setVerticalScrollBarPolicy(surelyScrolls() ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
 	document()->setLayoutEnabled(true);
