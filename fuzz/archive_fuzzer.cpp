@@ -1,30 +1,22 @@
 // SPDX-FileCopyrightText: 2026 The QuillBay developers
 // SPDX-License-Identifier: GPL-2.0-or-later
 
-// A backup that someone was given: the input is a ZIP archive, or else a note file.
+// A backup that someone was given: the input is a ZIP archive.
+
+#include "fuzz.hpp"
 
 #include "backup/zip_reader.hpp"
 #include "backup/zip_writer.hpp"
-#include "notes/note_file.hpp"
 
 #include <QBuffer>
-#include <QJsonDocument>
-
-#include <cstdint>
 
 namespace {
 
 using namespace quillbay;
+using namespace quillbay::fuzz;
 
 /// Small enough to find what goes over a limit.
 constexpr ZipLimits kLimits{1 << 20, 100, 1 << 16, 1 << 18, 1 << 18};
-
-void require(bool isTrue, const char *what)
-{
-	if (!isTrue) {
-		qFatal("%s", what);
-	}
-}
 
 // The archive's files. `isWhole`: the last one has been reached.
 QList<QByteArray> readAll(QByteArray bytes, bool &isWhole)
@@ -42,24 +34,6 @@ QList<QByteArray> readAll(QByteArray bytes, bool &isWhole)
 	return files;
 }
 
-void tryNote(const QByteArray &bytes)
-{
-	NoteFile note;
-	QString error;
-	if (!decodeNote(bytes, note, error)) {
-		require(note.sceneId.isEmpty() && !error.isEmpty(), "a refusal changes nothing and says why");
-		return;
-	}
-	// Sorted members are for the parser of all JSON: it must agree with the quick one.
-	NoteFile same;
-	require(decodeNote(QJsonDocument::fromJson(bytes).toJson(), same, error) && same.sceneId == note.sceneId &&
-			same.sceneName == note.sceneName && same.html == note.html,
-		"both ways of reading agree");
-	// Half of a surrogate pair has no UTF-8.
-	require(decodeNote(encodeNote(note), same, error) && same.html.toUtf8() == note.html.toUtf8(),
-		"what was read can be written");
-}
-
 void tryArchive(const QByteArray &bytes)
 {
 	bool isWhole = false;
@@ -69,7 +43,6 @@ void tryArchive(const QByteArray &bytes)
 	device.open(QIODevice::WriteOnly);
 	ZipWriter zip(device);
 	for (const QByteArray &file : files) {
-		tryNote(file);
 		require(zip.add(QStringLiteral("a.json"), file) == ZipWriter::Result::Written, "a file is written");
 	}
 	require(zip.finish(), "an archive is ended");
@@ -81,10 +54,6 @@ void tryArchive(const QByteArray &bytes)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
 	const QByteArray input(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
-	if (input.startsWith('{')) {
-		tryNote(input);
-	} else {
-		tryArchive(input);
-	}
+	tryArchive(input);
 	return 0;
 }

@@ -4,20 +4,21 @@
 // HTML on its way into a note, from an imported file, the clipboard, a drop or a note file: what is let through to Qt's
 // parser and layout is what its shape was said to be, and costs no longer than it may.
 
+#include "fuzz.hpp"
+
 #include "notes/html_shape.hpp"
 #include "notes/limits.hpp"
 #include "notes/note_document.hpp"
 
-#include <QGuiApplication>
 #include <QTextBlock>
 
 #include <algorithm>
-#include <cstdint>
 #include <ctime>
 
 namespace {
 
 using namespace quillbay;
+using namespace quillbay::fuzz;
 
 // The sanitizers and libFuzzer's counters make everything some five times slower.
 constexpr double kLongestAnswerMs = 5 * 250;
@@ -28,13 +29,6 @@ constexpr double kLongestLayoutMs = 5'000;
 double milliseconds()
 {
 	return 1000.0 * double(std::clock()) / CLOCKS_PER_SEC;
-}
-
-void require(bool isTrue, const char *what)
-{
-	if (!isTrue) {
-		qFatal("%s", what);
-	}
 }
 
 void checkBounds(const HtmlShape &shape, const QTextDocument &document)
@@ -55,11 +49,7 @@ void checkBounds(const HtmlShape &shape, const QTextDocument &document)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-	static int argc = 1;
-	static char name[] = "fuzz";
-	static char *argv[] = {name, nullptr};
-	static const QGuiApplication application(argc, argv);
-
+	startGui();
 	const QString html = QString::fromUtf8(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
 	double start = milliseconds();
 	const HtmlShape shape = shapeOf(html);

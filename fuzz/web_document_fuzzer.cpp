@@ -3,27 +3,20 @@
 
 // What a browser sends for a note, and the note itself: the input is JSON, then a NUL, then the note's HTML.
 
+#include "fuzz.hpp"
+
 #include "convert/apply_web_document.hpp"
 #include "convert/note_session.hpp"
 #include "convert/web_document.hpp"
 #include "notes/limits.hpp"
 #include "notes/note_document.hpp"
 
-#include <QGuiApplication>
 #include <QJsonDocument>
-
-#include <cstdint>
 
 namespace {
 
 using namespace quillbay;
-
-void require(bool isTrue, const char *what)
-{
-	if (!isTrue) {
-		qFatal("%s", what);
-	}
-}
+using namespace quillbay::fuzz;
 
 // Three saves by way of a session, beside the plain way.
 void trySession(QString html, const QJsonObject &sent, const QJsonObject &exported)
@@ -76,11 +69,7 @@ void tryBoth(const QString &html, const QJsonObject &sent)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-	static int argc = 1;
-	static char name[] = "fuzz";
-	static char *argv[] = {name, nullptr};
-	static const QGuiApplication application(argc, argv);
-
+	startGui();
 	const QByteArray input(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
 	const qsizetype end = input.indexOf('\0');
 	const QString html = end < 0 ? QString() : QString::fromUtf8(input.sliced(end + 1));
