@@ -255,7 +255,8 @@ private Q_SLOTS:
 		QVERIFY(restore(fixture, "bad.zip", {})[0].endsWith(text("BackupInvalid")));
 		obs_sceneitem_t *group = obs_scene_add_group(obs_scene_from_source(other), "Group");
 		const QString groupId = uuidOf(obs_sceneitem_get_source(group));
-		addBackup({noteOf(1), encodeNote({groupId, "Group", "x"})});
+		add("made.zip",
+		    makeArchive({{"a.json", noteOf(1)}, {"b.json", encodeNote({groupId, "Group", "x"})}}).bytes);
 		QVERIFY(restore(fixture, "made.zip", {})[0].endsWith(text("RestoreNoMatch")));
 
 		// The second of two cannot be written.
@@ -263,8 +264,9 @@ private Q_SLOTS:
 		QVERIFY(dock.store().write(last, {}));
 		const QString blocked = noteFile(last);
 		QVERIFY(QFile::remove(blocked) && QDir().mkdir(blocked));
-		addBackup({encodeNote({uuidOf(fixture.scene), "x", "<p>third</p>"}),
-			   encodeNote({uuidOf(last), "x", "x"})});
+		add("made.zip", makeArchive({{"a.json", encodeNote({uuidOf(fixture.scene), "x", "<p>third</p>"})},
+					     {"b.json", encodeNote({uuidOf(last), "x", "x"})}})
+					.bytes);
 		const QStringList said = restore(fixture, "made.zip", {.button = QMessageBox::Yes}, 1);
 		QVERIFY(said.size() == 2 && said[1].contains(u'|' + text("RestoreResult").arg("1", "0") + u'\n'));
 		QVERIFY(dock.store().read(fixture.scene).contains("third") && !fixture.editor->isReadOnly());
@@ -308,10 +310,6 @@ private:
 	{
 		writeFile(path(name), bytes);
 		return path(name);
-	}
-	void addBackup(const QByteArrayList &notes) const
-	{
-		add("made.zip", makeArchive({{"a.json", notes[0]}, {"b.json", notes[1]}}).bytes);
 	}
 	// What an inspection says: the error's key, or the scenes' numbers.
 	[[nodiscard]] QString inspect(const QByteArray &archive) const

@@ -165,7 +165,7 @@ private Q_SLOTS:
 		QJsonObject mine = fixture->writing();
 		const QJsonObject note = fixture->ask("AcquireEdit", mine);
 		QVERIFY(note["ok"].toBool() && note["editable"].toBool());
-		QVERIFY(isEditing() && !isEditing(other));
+		QVERIFY(isEditing() && !fixture->ask("KeepAlive", {{"session", other}})["editing"].toBool(true));
 		for (const QString &action : kWriting) {
 			QCOMPARE(codeOf(action, fixture->writing(other)), "busy");
 		}
@@ -471,11 +471,7 @@ private:
 	{
 		return fixture->ask(action, fields)["code"].toString("ok");
 	}
-	bool isEditing(const QString &by = {}) const
-	{
-		return fixture->ask("KeepAlive", {{"session", by.isEmpty() ? fixture->session : by}})["editing"]
-			.toBool();
-	}
+	bool isEditing() const { return fixture->ask("KeepAlive")["editing"].toBool(); }
 	// Opens what sessions there may be beside so many, and one too many.
 	void openTheRest(int open) const
 	{
