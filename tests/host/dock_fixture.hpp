@@ -7,6 +7,7 @@
 
 #include "dock/dock.hpp"
 #include "editor/editor.hpp"
+#include "plugin/text.hpp"
 
 namespace quillbay::test {
 
@@ -44,6 +45,10 @@ public:
 		QCoreApplication::processEvents();
 	}
 	[[nodiscard]] QString settingsPath() const { return folder.filePath(QStringLiteral("settings.ini")); }
+	[[nodiscard]] QVariant saved(const char *key) const
+	{
+		return QSettings(settingsPath(), QSettings::IniFormat).value(key);
+	}
 	template <typename T>
 	T *find(const char *name) const
 	{

@@ -3,8 +3,6 @@
 
 #include "host/fake_websocket.hpp"
 
-#include <QJsonDocument>
-
 #include <obs-websocket-api.h>
 
 namespace quillbay::test {
@@ -20,7 +18,6 @@ void getHandler(void *, calldata_t *call)
 
 void registerVendor(void *, calldata_t *call)
 {
-	websocket().vendor = QString::fromUtf8(calldata_string(call, "name"));
 	calldata_set_ptr(call, "vendor", &websocket());
 }
 

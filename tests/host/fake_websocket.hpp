@@ -5,12 +5,6 @@
 
 #include "host/test_host.hpp"
 
-#include <QJsonObject>
-
-#include <vector>
-
-#include <obs.hpp>
-
 namespace quillbay::test {
 
 /// The procedures of obs-websocket that vendors call, found where theirs are.
@@ -29,7 +23,6 @@ struct FakeWebsocket {
 
 	void (*callback)(obs_data_t *, obs_data_t *, void *) = nullptr;
 	void *callbackData = nullptr;
-	QString vendor;
 	std::vector<Event> events;
 };
 

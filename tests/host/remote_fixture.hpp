@@ -8,8 +8,6 @@
 
 #include "remote/remote.hpp"
 
-#include <QJsonArray>
-
 namespace quillbay::test {
 
 /// A dock with a second scene, which serves phones on a port of its own, and the session of one of them.

@@ -51,12 +51,6 @@ void removeScenes()
 	}
 }
 
-OBSSourceAutoRelease duplicateScene(obs_source_t *scene, const QString &name)
-{
-	obs_scene_t *original = obs_scene_from_source(scene);
-	return obs_scene_get_source(obs_scene_duplicate(original, name.toUtf8().constData(), OBS_SCENE_DUP_REFS));
-}
-
 QString uuidOf(obs_source_t *scene)
 {
 	return QString::fromUtf8(obs_source_get_uuid(scene));

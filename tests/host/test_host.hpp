@@ -8,8 +8,6 @@
 
 #include "host/fake_frontend.hpp"
 
-#include <obs.hpp>
-
 namespace quillbay::test {
 
 /// Runs libobs for the length of a test program. Needs an X display.
@@ -27,8 +25,6 @@ private:
 OBSSourceAutoRelease makeScene(const QString &name);
 /// Removes all scenes, as the host does before it lets go of them: newer ones keep scenes until then.
 void removeScenes();
-/// A copy of the scene, private settings and all, as the host's "duplicate" makes it.
-OBSSourceAutoRelease duplicateScene(obs_source_t *scene, const QString &name);
 
 QString uuidOf(obs_source_t *scene);
 /// A string of the scene's note record: "id", "file" or "name".

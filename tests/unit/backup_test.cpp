@@ -7,7 +7,6 @@
 #include "backup/backup.hpp"
 #include "backup/inspection.hpp"
 #include "notes/limits.hpp"
-#include "plugin/text.hpp"
 
 #include <sys/resource.h>
 
@@ -20,13 +19,12 @@ namespace {
 const QString kInvalid = "BackupInvalid";
 
 // The key of an error's text.
-QString keyOf(const QString &error)
+QString keyOf(QString error)
 {
-	QString key = error;
 	for (const char *name : {"BackupInvalid", "BackupTooLarge", "BackupEmpty", "TextLimit", "FileReadFailed"}) {
-		key.replace(text(name), QLatin1StringView(name));
+		error.replace(text(name), QLatin1StringView(name));
 	}
-	return key;
+	return error;
 }
 
 QString idOf(int number)
@@ -159,28 +157,24 @@ private Q_SLOTS:
 
 	void refusedBackups()
 	{
-		add("good.json", noteOf(1));
-		add("other.json", noteOf(2));
-		add("corrupt.json", noteOf(3).chopped(1));
-		QVERIFY(QFile::resize(add("large.json", {}), kMaxNoteBytes + 1));
-		QVERIFY(QFile::link(path("good.json"), path("link.json")) && QDir(folder->path()).mkdir("folder"));
+		const QString good = add("good.json", noteOf(1));
+		const QString corrupt = add("corrupt.json", noteOf(3).chopped(1));
+		const QString large = add("large.json", {});
+		QVERIFY(QFile::resize(large, kMaxNoteBytes + 1) && QFile::link(good, path("link.json")) &&
+			QDir(folder->path()).mkdir("folder"));
 		const std::initializer_list<std::tuple<QStringList, QString, QString>> cases{
 			{{}, "old.zip", "BackupEmpty"},
-			{QStringList(10'001, "good.json"), "old.zip", "BackupEmpty"},
-			{{"good.json", "good.json"}, "old.zip", kInvalid},
-			{{"good.json", "corrupt.json"}, "old.zip", kInvalid},
-			{{"good.json", "large.json"}, "old.zip", "BackupTooLarge"},
-			{{"good.json", "link.json"}, "old.zip", "FileReadFailed" + path("link.json")},
-			{{"good.json", "missing.json"}, "old.zip", "FileReadFailed" + path("missing.json")},
-			{{"good.json", "folder"}, "old.zip", "FileReadFailed" + path("folder")},
-			{{"good.json", "other.json"}, "old.json", text("BackupFailed")},
-			{{"corrupt.json"}, "old.json", kInvalid},
+			{QStringList(10'001, good), "old.zip", "BackupEmpty"},
+			{{good, good}, "old.zip", kInvalid},
+			{{good, corrupt}, "old.zip", kInvalid},
+			{{good, large}, "old.zip", "BackupTooLarge"},
+			{{good, path("link.json")}, "old.zip", "FileReadFailed" + path("link.json")},
+			{{good, path("missing.json")}, "old.zip", "FileReadFailed" + path("missing.json")},
+			{{good, path("folder")}, "old.zip", "FileReadFailed" + path("folder")},
+			{{good, add("other.json", noteOf(2))}, "old.json", text("BackupFailed")},
+			{{corrupt}, "old.json", kInvalid},
 		};
-		for (const auto &[names, name, expected] : cases) {
-			QStringList files;
-			for (const QString &file : names) {
-				files.append(path(file));
-			}
+		for (const auto &[files, name, expected] : cases) {
 			add(name, "old");
 			const auto count = QDir(folder->path()).count();
 			QString error;
@@ -261,7 +255,8 @@ private Q_SLOTS:
 		QVERIFY(restore(fixture, "bad.zip", {})[0].endsWith(text("BackupInvalid")));
 		obs_sceneitem_t *group = obs_scene_add_group(obs_scene_from_source(other), "Group");
 		const QString groupId = uuidOf(obs_sceneitem_get_source(group));
-		addBackup({noteOf(1), encodeNote({groupId, "Group", "x"})});
+		add("made.zip",
+		    makeArchive({{"a.json", noteOf(1)}, {"b.json", encodeNote({groupId, "Group", "x"})}}).bytes);
 		QVERIFY(restore(fixture, "made.zip", {})[0].endsWith(text("RestoreNoMatch")));
 
 		// The second of two cannot be written.
@@ -269,8 +264,9 @@ private Q_SLOTS:
 		QVERIFY(dock.store().write(last, {}));
 		const QString blocked = noteFile(last);
 		QVERIFY(QFile::remove(blocked) && QDir().mkdir(blocked));
-		addBackup({encodeNote({uuidOf(fixture.scene), "x", "<p>third</p>"}),
-			   encodeNote({uuidOf(last), "x", "x"})});
+		add("made.zip", makeArchive({{"a.json", encodeNote({uuidOf(fixture.scene), "x", "<p>third</p>"})},
+					     {"b.json", encodeNote({uuidOf(last), "x", "x"})}})
+					.bytes);
 		const QStringList said = restore(fixture, "made.zip", {.button = QMessageBox::Yes}, 1);
 		QVERIFY(said.size() == 2 && said[1].contains(u'|' + text("RestoreResult").arg("1", "0") + u'\n'));
 		QVERIFY(dock.store().read(fixture.scene).contains("third") && !fixture.editor->isReadOnly());
@@ -314,10 +310,6 @@ private:
 	{
 		writeFile(path(name), bytes);
 		return path(name);
-	}
-	void addBackup(const QByteArrayList &notes) const
-	{
-		add("made.zip", makeArchive({{"a.json", notes[0]}, {"b.json", notes[1]}}).bytes);
 	}
 	// What an inspection says: the error's key, or the scenes' numbers.
 	[[nodiscard]] QString inspect(const QByteArray &archive) const

@@ -4,9 +4,6 @@
 #include "host/dock_fixture.hpp"
 
 #include "notes/limits.hpp"
-#include "plugin/text.hpp"
-
-#include <QTextFrame>
 
 namespace quillbay::test {
 
@@ -32,8 +29,6 @@ private Q_SLOTS:
 
 	void imports()
 	{
-		QFile word(QStringLiteral(QUILLBAY_SOURCE_DIR "/tests/unit/data/pandoc.docx"));
-		QVERIFY(word.open(QIODevice::ReadOnly));
 		const std::tuple<const char *, QByteArray, const char *> cases[] = {
 			{"a.txt", "<b>h\xc3\xa4</b>\r\ntwo\rthree\n", "<b>h\xc3\xa4</b>\ntwo\nthree\n"},
 			{"A.TXT", QByteArray("a\0b & c", 7), "ab & c"},
@@ -46,7 +41,7 @@ private Q_SLOTS:
 			{"no extension", "\xef\xbb\xbf<i>one</i>", "one"},
 			{"table.html", "<table><tr><td>one</table>", "\none\n"},
 			{"empty.html", "", ""},
-			{"word.DocX", word.readAll(), nullptr},
+			{"word.DocX", readFile(QUILLBAY_SOURCE_DIR "/tests/unit/data/pandoc.docx"), nullptr},
 		};
 		for (const auto &[name, bytes, imported] : cases) {
 			init();

@@ -4,8 +4,6 @@
 #include "host/remote_fixture.hpp"
 #include "host/test_archive.hpp"
 
-#include <QTcpSocket>
-
 namespace quillbay::test {
 
 namespace {
@@ -75,19 +73,16 @@ private Q_SLOTS:
 
 	void servesTheClient()
 	{
-		const std::pair<QString, const char *> files[] = {{"index.html", "text/html; charset=utf-8"},
-								  {"style.css", "text/css; charset=utf-8"},
-								  {"app.mjs", "text/javascript; charset=utf-8"},
-								  {"protocol.mjs", "text/javascript; charset=utf-8"},
-								  {"document.mjs", "text/javascript; charset=utf-8"},
-								  {"icon.svg", "image/svg+xml"},
-								  {"manifest.webmanifest", "application/manifest+json"},
-								  {"icon-192.png", "image/png"},
-								  {"icon-512.png", "image/png"}};
-		for (const auto &[name, type] : files) {
-			const QByteArray content = readFile(QUILLBAY_SOURCE_DIR "/data/remote/" + name);
-			QCOMPARE(ask(get('/' + (name == "index.html" ? QByteArray() : name.toLatin1()))),
-				 kServed.arg(QString(type)).arg(content.size()).toLatin1() + content);
+		const QHash<QString, QString> types{
+			{"html", "text/html; charset=utf-8"},         {"css", "text/css; charset=utf-8"},
+			{"mjs", "text/javascript; charset=utf-8"},    {"svg", "image/svg+xml"},
+			{"webmanifest", "application/manifest+json"}, {"png", "image/png"}};
+		const QFileInfoList files = QDir(QUILLBAY_SOURCE_DIR "/data/remote").entryInfoList(QDir::Files);
+		QCOMPARE(files.size(), 9);
+		for (const QFileInfo &file : files) {
+			const QByteArray content = readFile(file.filePath());
+			QCOMPARE(ask(get('/' + (file.suffix() == "html" ? QByteArray() : file.fileName().toLatin1()))),
+				 kServed.arg(types[file.suffix()]).arg(content.size()).toLatin1() + content);
 		}
 	}
 

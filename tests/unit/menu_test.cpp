@@ -3,17 +3,11 @@
 
 #include "host/dock_fixture.hpp"
 
-#include "plugin/text.hpp"
-
 namespace quillbay::test {
-
-namespace {
 
 constexpr int kDay = 86'400'000;
 const QString kElsewhere = "a scene of another collection";
 const QString kMarked = QStringLiteral("x\u25c6[a] words");
-
-} // namespace
 
 class MenuTest : public QObject {
 	Q_OBJECT
@@ -103,26 +97,24 @@ private Q_SLOTS:
 		QCOMPARE(delay(), -1);
 		QVERIFY(QDir().rmdir(fixture->settingsPath()));
 		fixture->dock->savePreferences();
-		QCOMPARE(saved("autoClear/days").toInt(), 0);
+		QCOMPARE(fixture->saved("autoClear/days").toInt(), 0);
 		decide(30, nullptr);
 		QCOMPARE(delay(), 5000);
-		const QStringList both = saved("autoClear/scenes").toStringList();
+		const QStringList both = fixture->saved("autoClear/scenes").toStringList();
 		QVERIFY(both.size() == 2 && both.contains(kElsewhere) && both.contains(uuidOf(old)));
 		decide(31, nullptr);
-		QCOMPARE(saved("autoClear/scenes").toStringList(), QStringList(kElsewhere));
+		QCOMPARE(fixture->saved("autoClear/scenes").toStringList(), QStringList(kElsewhere));
 		reopen(0, false);
 		decide(31, nullptr);
 		decide(31, "AutoClearEmpty");
-		QCOMPARE(saved("autoClear/scenes").toStringList(), QStringList(uuidOf(old)));
+		QCOMPARE(fixture->saved("autoClear/scenes").toStringList(), QStringList(uuidOf(old)));
 	}
 
 	void onlyOldUnusedNotesAreEmptied()
 	{
-		std::array<OBSSource, 9> scenes;
-		constexpr std::array<int, 9> kDaysOld{90, 90, 90, 90, 90, 90, 29, -300, 30};
-		for (std::size_t i = 0; i < scenes.size(); ++i) {
-			scenes[i] = addScene(QString::number(i), kDaysOld[i]);
-		}
+		const std::array scenes{addScene("0", 90), addScene("1", 90),   addScene("2", 90),
+					addScene("3", 90), addScene("4", 90),   addScene("5", 90),
+					addScene("6", 29), addScene("7", -300), addScene("8", 30)};
 		const auto &[shown, program, preview, other, gone, damaged, young, future, old] = scenes;
 		QStringList chosen{kElsewhere};
 		for (const OBSSource &scene : scenes) {
@@ -138,7 +130,6 @@ private Q_SLOTS:
 		QFile file(fixture->dock->store().filePath(damaged));
 		QVERIFY(file.open(QIODevice::ReadWrite | QIODevice::Truncate));
 		QVERIFY(file.setFileTime(QDateTime::currentDateTime().addDays(-90), QFileDevice::FileModificationTime));
-		file.close();
 		frontend().saves = 0;
 		pass();
 		for (const OBSSource &scene : {shown, program, preview, other, gone, young, future}) {
@@ -208,9 +199,9 @@ private:
 				chooser.accept();
 			});
 			dialog.findChild<QPushButton *>("autoClearChoose")->click();
-			const QStringList said = answerDialogs({}, [&dialog] { dialog.accept(); });
-			QCOMPARE(said.size(), message ? 1 : 0);
-			QVERIFY(!message || said[0].endsWith(u'|' + text(message)));
+			const QStringList said(message ? 1 : 0,
+					       text("AutoClear") + u'|' + text(message ? message : ""));
+			QCOMPARE(answerDialogs({}, [&dialog] { dialog.accept(); }), said);
 			QCOMPARE(dialog.isVisible(), message != nullptr);
 			dialog.reject();
 		});
@@ -224,17 +215,12 @@ private:
 	// A scene of the collection whose note was last written so many days ago.
 	OBSSource addScene(const QString &name, int daysOld) const
 	{
-		const OBSSource scene = makeScene(name).Get();
-		frontend().scenes.push_back(scene);
+		const OBSSource scene = frontend().scenes.emplace_back(makeScene(name).Get());
 		const QDateTime written = QDateTime::currentDateTimeUtc().addDays(-daysOld).addSecs(-60);
 		const bool isWritten = fixture->dock->store().write(scene, {"words"}, nullptr, written);
 		return isWritten && fixture->dock->store().takeReferenceChanges() ? scene : OBSSource();
 	}
 	[[nodiscard]] bool isEmptied(obs_source_t *scene) const { return fixture->dock->store().read(scene).isEmpty(); }
-	[[nodiscard]] QVariant saved(const char *key) const
-	{
-		return QSettings(fixture->settingsPath(), QSettings::IniFormat).value(key);
-	}
 	// The auto-clear timer's interval, or -1 while it stands still.
 	[[nodiscard]] int delay() const
 	{

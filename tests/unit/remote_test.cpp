@@ -3,10 +3,7 @@
 
 #include "host/remote_fixture.hpp"
 
-#include "plugin/text.hpp"
 #include "remote/qr.hpp"
-
-#include <QTcpServer>
 
 #include <future>
 
@@ -21,12 +18,11 @@ const QStringList kWriting{"AcquireEdit", "SaveDocument", "CheckImport", "Replac
 // What a QR reader makes of the picture.
 QString readQr(const QPixmap &pixmap)
 {
-	const QTemporaryDir folder;
-	const QString file = folder.filePath("qr.png");
 	QProcess reader;
-	reader.start("zbarimg", {"-q", "--raw", file});
-	return pixmap.save(file) && reader.waitForFinished() ? QString::fromUtf8(reader.readAll()).trimmed()
-							     : reader.errorString();
+	reader.start("zbarimg", {"-q", "--raw", "png:-"});
+	pixmap.save(&reader, "PNG");
+	reader.closeWriteChannel();
+	return reader.waitForFinished() ? QString::fromUtf8(reader.readAll()).trimmed() : reader.errorString();
 }
 
 QJsonObject with(QJsonObject object, const char *key, const QJsonValue &value)
@@ -76,7 +72,8 @@ private Q_SLOTS:
 			dialog.reject();
 		});
 		remote().showSettings();
-		QCOMPARE(saved("remote/port").toInt(), 0);
+		fixture->dock.reset();
+		QCOMPARE(fixture->saved("remote/port").toInt(), 0);
 	}
 
 	void listensOnOneAddressOnly()
@@ -168,7 +165,7 @@ private Q_SLOTS:
 		QJsonObject mine = fixture->writing();
 		const QJsonObject note = fixture->ask("AcquireEdit", mine);
 		QVERIFY(note["ok"].toBool() && note["editable"].toBool());
-		QVERIFY(isEditing() && !isEditing(other));
+		QVERIFY(isEditing() && !fixture->ask("KeepAlive", {{"session", other}})["editing"].toBool(true));
 		for (const QString &action : kWriting) {
 			QCOMPARE(codeOf(action, fixture->writing(other)), "busy");
 		}
@@ -398,8 +395,10 @@ private Q_SLOTS:
 			dialog.reject();
 		});
 		remote().showSettings();
-		QVERIFY(!saved("remote/enabled").toBool() && saved("remote/access").toString() != oldToken);
-		QVERIFY(saved("remote/port").toInt() > 1023);
+		fixture->dock.reset();
+		QVERIFY(!fixture->saved("remote/enabled").toBool());
+		QVERIFY(fixture->saved("remote/access").toString() != oldToken);
+		QVERIFY(fixture->saved("remote/port").toInt() > 1023);
 	}
 
 	// In a network of its own.
@@ -472,23 +471,13 @@ private:
 	{
 		return fixture->ask(action, fields)["code"].toString("ok");
 	}
-	bool isEditing(const QString &by = {}) const
-	{
-		return fixture->ask("KeepAlive", {{"session", by.isEmpty() ? fixture->session : by}})["editing"]
-			.toBool();
-	}
+	bool isEditing() const { return fixture->ask("KeepAlive")["editing"].toBool(); }
 	// Opens what sessions there may be beside so many, and one too many.
 	void openTheRest(int open) const
 	{
 		for (; open <= 16; ++open) {
 			QCOMPARE(codeOf("Open"), open < 16 ? "ok" : "capacity");
 		}
-	}
-	// The setting as it is in the file once the dock is gone.
-	QVariant saved(const char *key) const
-	{
-		fixture->dock.reset();
-		return QSettings(fixture->settingsPath(), QSettings::IniFormat).value(key);
 	}
 
 	std::unique_ptr<RemoteFixture> fixture;
