@@ -6,7 +6,7 @@
 import fs from 'node:fs';
 import { chromium } from 'playwright-core';
 
-export { openRemoteStudio as openPageStudio } from './remote_client.mjs';
+export * from './remote_client.mjs';
 
 const quiet = ['--disable-background-networking', '--disable-component-update', '--disable-sync', '--no-first-run'];
 

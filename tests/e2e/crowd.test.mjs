@@ -6,10 +6,7 @@
 
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { Visitor, desktop, openBrowser, openPageStudio, phone } from './browser.mjs';
-import { waitFor } from './host.mjs';
-import { text } from './studio.mjs';
+import { Visitor, desktop, openBrowser, openRemoteStudio, phone, sleep, text, waitFor } from './browser.mjs';
 
 const seconds = Number(process.env.QUILLBAY_SECONDS ?? 25);
 let seed = Number(process.env.QUILLBAY_SEED ?? Date.now() % 100_000);
@@ -108,7 +105,7 @@ async function isCalm({ page }, scene, offered) {
 }
 
 test(`nothing that anyone types is lost or doubled (seed ${seed})`, { timeout: 1000 * (seconds + 180) }, async () => {
-	const [browser, studio] = await Promise.all([openBrowser(), openPageStudio(['One', 'Two'])]);
+	const [browser, studio] = await Promise.all([openBrowser(), openRemoteStudio(['One', 'Two'])]);
 	try {
 		const visitors = await Promise.all([desktop, phone].map((device) => Visitor.open(browser, studio, { device })));
 		await Promise.all(visitors.map(watch));

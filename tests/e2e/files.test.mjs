@@ -10,9 +10,7 @@ import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
 import { after, test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { waitFor } from './host.mjs';
-import { Studio, text } from './studio.mjs';
+import { Studio, sleep, text, waitFor } from './studio.mjs';
 
 const word = path.join(import.meta.dirname, '../unit/data/libreoffice.docx');
 

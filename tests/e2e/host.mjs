@@ -16,6 +16,8 @@ import { setTimeout as sleep } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 import OBSWebSocket from 'obs-websocket-js/json';
 
+export { sleep };
+
 export const repository = fileURLToPath(new URL('../..', import.meta.url));
 export const build = process.env.QUILLBAY_BUILD ?? path.join(repository, 'build/trixie-dev');
 const scratch = fs.mkdtempSync(path.join(os.tmpdir(), 'quillbay-e2e-'));
@@ -75,8 +77,7 @@ function installModule(config, name, module) {
 }
 
 /** A new home. A small picture leaves the processor to what is tested. */
-function layHome(home, hasModule) {
-	const config = path.join(home, '.config/obs-studio');
+function layHome({ home, config }, hasModule) {
 	const profile = path.join(config, 'basic/profiles/Untitled');
 	fs.mkdirSync(profile, { recursive: true });
 	fs.mkdirSync(path.join(home, 'run'), { mode: 0o700 });
@@ -108,7 +109,7 @@ export class Host {
 		Object.assign(this, { wrap, env, password: 'a password of ours' });
 		this.home = fs.mkdtempSync(path.join(scratch, 'home-'));
 		this.config = path.join(this.home, '.config/obs-studio');
-		layHome(this.home, module);
+		layHome(this, module);
 	}
 
 	/** Starts the host, at first or once more, and returns when all of it is up. */
@@ -141,17 +142,12 @@ export class Host {
 		for (const stream of [this.process.stdout, this.process.stderr]) {
 			stream.setEncoding('utf8').on('data', (text) => (this.log += text));
 		}
-		try {
-			this.socket = new OBSWebSocket();
-			this.socketUrl = `ws://127.0.0.1:${port}`;
-			const connect = () => this.socket.connect(this.socketUrl, this.password).catch(() => false);
-			await Promise.race([this.died, waitFor('obs-websocket answers', connect, 90_000)]);
-			await Promise.race([this.died, waitFor('the host is up', () => this.exists('@main'), 60_000)]);
-			await this.call('SetCurrentSceneTransition', { transitionName: 'Cut' });
-		} catch (error) {
-			await this.kill();
-			throw error;
-		}
+		this.socket = new OBSWebSocket();
+		this.socketUrl = `ws://127.0.0.1:${port}`;
+		const connect = () => this.socket.connect(this.socketUrl, this.password).catch(() => false);
+		await Promise.race([this.died, waitFor('obs-websocket answers', connect, 90_000)]);
+		await Promise.race([this.died, waitFor('the host is up', () => this.exists('@main'), 60_000)]);
+		await this.call('SetCurrentSceneTransition', { transitionName: 'Cut' });
 	}
 
 	/** Opens the dock beside the picture, in a window that has room for both. */
@@ -228,11 +224,16 @@ export class Host {
 
 	exists = (object) => this.get(object, []).then(() => true, () => false);
 
-	key = (key, object = 'noteEditor') => this.ask('key', { object, key });
+	/** Presses keys, with a blank between each two. */
+	async key(keys, object = 'noteEditor') {
+		for (const key of keys.split(' ')) {
+			await this.ask('key', { object, key });
+		}
+	}
 
-	async type(text, { object = 'noteEditor', pauseMs = 0 } = {}) {
+	async type(text, pauseMs = 0) {
 		for (const character of text) {
-			await this.ask('type', { object, text: character });
+			await this.ask('type', { object: 'noteEditor', text: character });
 			await sleep(pauseMs);
 		}
 	}

@@ -7,9 +7,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
 import { after, test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { waitFor } from './host.mjs';
-import { Studio, acrossCollections, readNote } from './studio.mjs';
+import { Studio, acrossCollections, readNote, sleep, waitFor } from './studio.mjs';
 
 const studio = await Studio.open([]);
 after(() => studio.kill());

@@ -7,12 +7,9 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
 import { after, afterEach, test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { Visitor, openBrowser, openPageStudio, phone } from './browser.mjs';
-import { waitFor } from './host.mjs';
-import { text } from './studio.mjs';
+import { Visitor, openBrowser, openRemoteStudio, phone, sleep, text, waitFor } from './browser.mjs';
 
-const [browser, studio] = await Promise.all([openBrowser(), openPageStudio(['One', 'Two'])]);
+const [browser, studio] = await Promise.all([openBrowser(), openRemoteStudio(['One', 'Two'])]);
 const visitors = [];
 after(() => Promise.all([browser.close(), studio.kill()]));
 afterEach(async () => {

@@ -5,9 +5,7 @@
 
 import assert from 'node:assert/strict';
 import { after, test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { waitFor } from './host.mjs';
-import { Studio, scrollBar, viewport } from './studio.mjs';
+import { Studio, scrollBar, sleep, viewport, waitFor } from './studio.mjs';
 
 const paragraph = 'The presenter reads this paragraph aloud and looks up at the camera now and then. '.repeat(5);
 

@@ -9,9 +9,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
 import { test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { waitFor } from './host.mjs';
-import { Studio, acrossCollections, plainText, readNote, text } from './studio.mjs';
+import { Studio, acrossCollections, plainText, readNote, sleep, text, waitFor } from './studio.mjs';
 
 const kills = Number(process.env.QUILLBAY_KILLS ?? 6);
 // An edit is written half a second later at most; the rest is for the write itself.
@@ -62,7 +60,7 @@ test('a host that is killed', async (t) => {
 			const killAt = performance.now() + 300 + Math.random() * 3000;
 			while (performance.now() < killAt) {
 				const word = `w${round}.${words.length} `;
-				await studio.type(word, { pauseMs: 20 });
+				await studio.type(word, 20);
 				words.push({ word, typedAt: performance.now() });
 				await sleep(Math.min(Math.random() * 900, Math.max(0, killAt - performance.now())));
 			}

@@ -8,11 +8,10 @@ import fs from 'node:fs';
 import path from 'node:path';
 import { Host, repository, waitFor } from './host.mjs';
 
-const locale = new Map();
-for (const line of fs.readFileSync(path.join(repository, 'data/locale/en-US.ini'), 'utf8').split('\n')) {
-	const [, key, value] = /^(\w+)="(.*)"$/.exec(line) ?? [];
-	locale.set(key, value);
-}
+export * from './host.mjs';
+
+const texts = fs.readFileSync(path.join(repository, 'data/locale/en-US.ini'), 'utf8').matchAll(/^(\w+)="(.*)"$/gm);
+const locale = new Map(Array.from(texts, ([, key, value]) => [key, value]));
 
 /** The English text of a key. */
 export function text(key) {
@@ -51,7 +50,6 @@ export class Studio extends Host {
 		await this.start();
 		await this.openDock();
 	}
-
 
 	// --- scenes ----------------------------------------------------------------------------------------------
 
@@ -124,10 +122,7 @@ export class Studio extends Host {
 		await this.key('Ctrl+V');
 	}
 
-	async clear() {
-		await this.key('Ctrl+A');
-		await this.key('Delete');
-	}
+	clear = () => this.key('Ctrl+A Delete');
 
 	scrollPosition = () => this.get(scrollBar, 'value');
 
