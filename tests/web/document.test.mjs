@@ -5,7 +5,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { brief, unset, usePage } from './note_page.mjs';
 
-const use = usePage();
+const use = await usePage();
 const { inPage } = use;
 
 test('a document is within the limits up to each edge', async () => {

@@ -5,7 +5,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { unset, usePage } from './note_page.mjs';
 
-const use = usePage();
+const use = await usePage();
 const { brief, inPage, marks, text } = use;
 
 test('an edit is accepted up to each limit and not beyond', async () => {
