@@ -8,15 +8,12 @@ import { chromium } from 'playwright-core';
 
 export * from './remote_client.mjs';
 
-const quiet = ['--disable-background-networking', '--disable-component-update', '--disable-sync', '--no-first-run'];
-
 export const phone = { viewport: { width: 360, height: 740 }, deviceScaleFactor: 3, isMobile: true, hasTouch: true };
 export const desktop = { viewport: { width: 1280, height: 800 } };
 
-export async function openBrowser() {
-	const args = ['--no-sandbox', '--disable-gpu', '--disable-quic', ...quiet];
-	return chromium.launch({ executablePath: '/usr/bin/chromium', args });
-}
+const args = ['--no-sandbox', '--disable-gpu', '--disable-quic'];
+
+export const openBrowser = () => chromium.launch({ executablePath: '/usr/bin/chromium', args });
 
 /** A person with the page open on a device. */
 export class Visitor {

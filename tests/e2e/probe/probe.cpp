@@ -5,8 +5,8 @@
 //
 // It is the vendor "QuillBayProbe" with the one request "run". Its field "json" holds an object with "op" and that
 // operation's fields; the answer's "json" holds {"ok": true, "value": ...} or {"ok": false, "error": text}.
-// Objects are named by a path of words from the outside in, each an object name, ".Class", or one of @main, @modal and
-// @focus: "noteEditor", "@modal .QLineEdit".
+// Objects are named by a path of words from the outside in, each an object name, ".Class", @main or @modal:
+// "noteEditor", "@modal .QLineEdit".
 
 #include <QApplication>
 #include <QClipboard>
@@ -29,7 +29,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <functional>
 #include <future>
 #include <memory>
 #include <stdexcept>
@@ -61,9 +60,7 @@ QObject *findBelow(QObject *root, const QString &word)
 QObject *find(const QJsonObject &request)
 {
 	auto *main = static_cast<QWidget *>(obs_frontend_get_main_window());
-	const QHash<QString, QObject *> places{{"@main", main},
-					       {"@modal", QApplication::activeModalWidget()},
-					       {"@focus", QApplication::focusWidget()}};
+	const QHash<QString, QObject *> places{{"@main", main}, {"@modal", QApplication::activeModalWidget()}};
 	const QWidgetList windows = QApplication::topLevelWidgets();
 	QObjectList roots(windows.begin(), windows.end());
 	roots.prepend(main);
