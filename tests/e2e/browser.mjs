@@ -6,17 +6,14 @@
 import fs from 'node:fs';
 import { chromium } from 'playwright-core';
 
-export { openRemoteStudio as openPageStudio } from './remote_client.mjs';
-
-const quiet = ['--disable-background-networking', '--disable-component-update', '--disable-sync', '--no-first-run'];
+export * from './remote_client.mjs';
 
 export const phone = { viewport: { width: 360, height: 740 }, deviceScaleFactor: 3, isMobile: true, hasTouch: true };
 export const desktop = { viewport: { width: 1280, height: 800 } };
 
-export async function openBrowser() {
-	const args = ['--no-sandbox', '--disable-gpu', '--disable-quic', ...quiet];
-	return chromium.launch({ executablePath: '/usr/bin/chromium', args });
-}
+const args = ['--no-sandbox', '--disable-gpu', '--disable-quic'];
+
+export const openBrowser = () => chromium.launch({ executablePath: '/usr/bin/chromium', args });
 
 /** A person with the page open on a device. */
 export class Visitor {
@@ -46,11 +43,10 @@ export class Visitor {
 
 	#connect(socket) {
 		if (this.#isCut) {
-			socket.close();
-		} else {
-			socket.connectToServer();
-			this.#sockets.push(socket);
+			return socket.close();
 		}
+		this.#sockets.push(socket);
+		return socket.connectToServer();
 	}
 
 	/** Takes the network away, and gives it back. */
@@ -74,23 +70,20 @@ export class Visitor {
 		});
 	}
 
-	/** Puts the caret at the end of a paragraph, and has the lease then. */
-	async edit(paragraph = 1) {
+	/** Puts the caret at the end of a paragraph, has the lease then, and types. */
+	async edit(paragraph = 1, words = '') {
 		const { page } = this;
 		await page.click(`#document p >> nth=${paragraph - 1}`);
 		await page.waitForFunction(() => document.querySelector('#document').isContentEditable);
 		await page.keyboard.press('End');
+		await this.type(words);
 	}
 
-	async type(text) {
-		await this.page.keyboard.type(text);
-	}
+	type = (words) => this.page.keyboard.type(words);
 
 	/** The paragraphs' texts. */
 	async lines() {
-		return this.page.$$eval('#document p', (paragraphs) =>
-			paragraphs.map((paragraph) => paragraph.innerText.trim()),
-		);
+		return this.page.$$eval('#document p', (all) => all.map((paragraph) => paragraph.innerText.trim()));
 	}
 
 	/** What is downloaded after `act`. */

@@ -5,14 +5,14 @@
 // how long, QUILLBAY_SEED which run.
 
 import assert from 'node:assert/strict';
-import { test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { Visitor, desktop, openBrowser, openPageStudio, phone } from './browser.mjs';
-import { waitFor } from './host.mjs';
-import { text } from './studio.mjs';
+import { after, test } from 'node:test';
+import { Visitor, desktop, openBrowser, openRemoteStudio, phone, sleep, text, waitFor } from './browser.mjs';
 
 const seconds = Number(process.env.QUILLBAY_SECONDS ?? 25);
 let seed = Number(process.env.QUILLBAY_SEED ?? Date.now() % 100_000);
+
+const [browser, studio] = await Promise.all([openBrowser(), openRemoteStudio(['One', 'Two'])]);
+after(() => Promise.all([browser.close(), studio.kill()]));
 
 /** A whole number below `limit`; the same ones for the same seed. */
 function random(limit) {
@@ -63,7 +63,7 @@ async function useBrowser({ page }, name, until, offered) {
 	}
 }
 
-async function useDock(studio, until, typed) {
+async function useDock(until, typed) {
 	for (let count = 0; performance.now() < until || typed.length === 0; count++) {
 		if (!(await studio.get('noteEditor', 'readOnly'))) {
 			await studio.type(` D${count}w`);
@@ -73,13 +73,13 @@ async function useDock(studio, until, typed) {
 	}
 }
 
-async function disturb(studio, visitors, until) {
+async function disturb(visitors, until) {
 	const events = [
 		() => studio.show('One'),
 		() => studio.show('Two'),
 		async () => {
 			do {
-				await studio.call('TriggerHotkeyByName', { hotkeyName: 'QuillBay.ToggleLock' });
+				await studio.press('ToggleLock');
 				await sleep(300);
 			} while (await studio.get('noteEditor', 'readOnly'));
 		},
@@ -108,35 +108,29 @@ async function isCalm({ page }, scene, offered) {
 }
 
 test(`nothing that anyone types is lost or doubled (seed ${seed})`, { timeout: 1000 * (seconds + 180) }, async () => {
-	const [browser, studio] = await Promise.all([openBrowser(), openPageStudio(['One', 'Two'])]);
-	try {
-		const visitors = await Promise.all([desktop, phone].map((device) => Visitor.open(browser, studio, { device })));
-		await Promise.all(visitors.map(watch));
-		const typed = [];
-		const offered = new Set();
-		const until = performance.now() + 1000 * seconds;
-		await Promise.all([
-			...visitors.map((visitor, i) => useBrowser(visitor, 'AB'[i], until, offered)),
-			useDock(studio, until, typed),
-			disturb(studio, visitors, until),
-		]);
-		const words = [];
-		for (const scene of ['Two', 'One']) {
-			await studio.show(scene);
-			const areCalm = () => Promise.all(visitors.map((visitor) => isCalm(visitor, scene, offered)));
-			await waitFor(`the pages only show ${scene}`, async () => !(await areCalm()).includes(false), 60_000);
-			words.push(...((await studio.plain()).match(word) ?? []));
-		}
-		for (const { page, complaints } of visitors) {
-			typed.push(...(await page.evaluate(() => [...window.seen])));
-			const stored = await page.evaluate(() => Object.keys(localStorage));
-			assert.deepEqual([stored, complaints], [['quillbay.link'], []], 'hidden drafts or complaints');
-		}
-		const lost = typed.filter((found) => !words.includes(found) && !offered.has(found));
-		assert.deepEqual(lost, [], 'lost');
-		assert.equal(words.length, new Set(words).size, `doubled in ${words}`);
-	} finally {
-		await browser.close();
-		await studio.kill();
+	const visitors = await Promise.all([desktop, phone].map((device) => Visitor.open(browser, studio, { device })));
+	await Promise.all(visitors.map(watch));
+	const typed = [];
+	const offered = new Set();
+	const until = performance.now() + 1000 * seconds;
+	await Promise.all([
+		...visitors.map((visitor, i) => useBrowser(visitor, 'AB'[i], until, offered)),
+		useDock(until, typed),
+		disturb(visitors, until),
+	]);
+	const words = [];
+	for (const scene of ['Two', 'One']) {
+		await studio.show(scene);
+		const areCalm = () => Promise.all(visitors.map((visitor) => isCalm(visitor, scene, offered)));
+		await waitFor(`the pages only show ${scene}`, async () => !(await areCalm()).includes(false), 60_000);
+		words.push(...((await studio.plain()).match(word) ?? []));
 	}
+	for (const { page, complaints } of visitors) {
+		typed.push(...(await page.evaluate(() => [...window.seen])));
+		const stored = await page.evaluate(() => Object.keys(localStorage));
+		assert.deepEqual([stored, complaints], [['quillbay.link'], []], 'hidden drafts or complaints');
+	}
+	const lost = typed.filter((found) => !words.includes(found) && !offered.has(found));
+	assert.deepEqual(lost, [], 'lost');
+	assert.equal(words.length, new Set(words).size, `doubled in ${words}`);
 });

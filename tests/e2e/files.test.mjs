@@ -9,10 +9,8 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
-import { after, before, test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { waitFor } from './host.mjs';
-import { Studio, text } from './studio.mjs';
+import { after, test } from 'node:test';
+import { Studio, sleep, text, waitFor } from './studio.mjs';
 
 const word = path.join(import.meta.dirname, '../unit/data/libreoffice.docx');
 
@@ -20,11 +18,8 @@ const kills = Number(process.env.QUILLBAY_KILLS ?? 6);
 const dock = '.quillbay::Dock';
 const scenes = Array.from({ length: 20 }, (_, i) => `Scene ${i}`);
 
-let studio;
-before(async () => {
-	studio = await Studio.open(scenes);
-});
-after(() => studio?.kill());
+const studio = await Studio.open(scenes);
+after(() => studio.kill());
 
 const outside = (name) => path.join(studio.home, name);
 const take = (file) => studio.chooseFile(file, 'importDocument', 'trigger');
@@ -76,7 +71,6 @@ async function restore() {
 }
 
 async function restart() {
-	await studio.kill();
 	await studio.restart();
 	await studio.show(scenes[0]);
 }

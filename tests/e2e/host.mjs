@@ -5,6 +5,7 @@
 //
 // QUILLBAY_BUILD names the build folder. QUILLBAY_LOGS names a folder for the logs of hosts that ended badly.
 
+import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import fs from 'node:fs';
@@ -15,40 +16,35 @@ import { setTimeout as sleep } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 import OBSWebSocket from 'obs-websocket-js/json';
 
+export { sleep };
+
 export const repository = fileURLToPath(new URL('../..', import.meta.url));
 export const build = process.env.QUILLBAY_BUILD ?? path.join(repository, 'build/trixie-dev');
 const scratch = fs.mkdtempSync(path.join(os.tmpdir(), 'quillbay-e2e-'));
 
 // Whatever ends this process takes the children and the files along.
-const children = new Set();
+const children = [];
 process.on('exit', () => {
-	for (const child of children) {
-		child.kill('SIGKILL');
-	}
+	children.forEach((child) => child.kill('SIGKILL'));
 	fs.rmSync(scratch, { recursive: true, force: true });
 });
 
 /** Starts a program that dies with this process. */
 function start(command, options) {
 	const child = spawn('setpriv', ['--pdeathsig', 'KILL', ...command], options);
-	children.add(child);
-	child.once('exit', () => children.delete(child));
+	children.push(child);
 	return child;
 }
 
 /** Waits until `probe` answers something true, and returns that. */
 export async function waitFor(what, probe, timeoutMs = 10_000) {
 	const deadline = performance.now() + timeoutMs;
-	for (;;) {
-		const answer = await probe();
-		if (answer) {
-			return answer;
-		}
-		if (performance.now() > deadline) {
-			throw new Error(`waited ${timeoutMs} ms in vain for: ${what}`);
-		}
+	let answer;
+	while (!(answer = await probe())) {
+		assert.ok(performance.now() <= deadline, `waited ${timeoutMs} ms in vain for: ${what}`);
 		await sleep(20);
 	}
+	return answer;
 }
 
 /** The environment of a display, with a window manager, for this process. */
@@ -70,8 +66,7 @@ export async function freePort() {
 	const server = net.createServer().listen(0, '127.0.0.1');
 	await once(server, 'listening');
 	const { port } = server.address();
-	server.close();
-	await once(server, 'close');
+	await new Promise((resolve) => server.close(resolve));
 	return port;
 }
 
@@ -82,8 +77,7 @@ function installModule(config, name, module) {
 }
 
 /** A new home. A small picture leaves the processor to what is tested. */
-function layHome(home, hasModule) {
-	const config = path.join(home, '.config/obs-studio');
+function layHome({ home, config }, hasModule) {
 	const profile = path.join(config, 'basic/profiles/Untitled');
 	fs.mkdirSync(profile, { recursive: true });
 	fs.mkdirSync(path.join(home, 'run'), { mode: 0o700 });
@@ -115,23 +109,16 @@ export class Host {
 		Object.assign(this, { wrap, env, password: 'a password of ours' });
 		this.home = fs.mkdtempSync(path.join(scratch, 'home-'));
 		this.config = path.join(this.home, '.config/obs-studio');
-		layHome(this.home, module);
+		layHome(this, module);
 	}
 
 	/** Starts the host, at first or once more, and returns when all of it is up. */
 	async start() {
 		const port = await freePort();
 		const folder = path.join(this.config, 'plugin_config/obs-websocket');
-		const settings = {
-			alerts_enabled: false,
-			auth_required: true,
-			first_load: false,
-			server_enabled: true,
-			server_password: this.password,
-			server_port: port,
-		};
+		const server = { server_enabled: true, server_password: this.password, server_port: port };
 		fs.mkdirSync(folder, { recursive: true });
-		fs.writeFileSync(path.join(folder, 'config.json'), JSON.stringify(settings));
+		fs.writeFileSync(path.join(folder, 'config.json'), JSON.stringify({ first_load: false, ...server }));
 		// A host that was killed must not ask for its safe mode.
 		fs.rmSync(path.join(this.config, '.sentinel'), { recursive: true, force: true });
 
@@ -155,17 +142,12 @@ export class Host {
 		for (const stream of [this.process.stdout, this.process.stderr]) {
 			stream.setEncoding('utf8').on('data', (text) => (this.log += text));
 		}
-		try {
-			this.socket = new OBSWebSocket();
-			this.socketUrl = `ws://127.0.0.1:${port}`;
-			const connect = () => this.socket.connect(this.socketUrl, this.password).catch(() => false);
-			await Promise.race([this.died, waitFor('obs-websocket answers', connect, 90_000)]);
-			await Promise.race([this.died, waitFor('the host is up', () => this.exists('@main'), 60_000)]);
-			await this.call('SetCurrentSceneTransition', { transitionName: 'Cut' });
-		} catch (error) {
-			await this.kill();
-			throw error;
-		}
+		this.socket = new OBSWebSocket();
+		this.socketUrl = `ws://127.0.0.1:${port}`;
+		const connect = () => this.socket.connect(this.socketUrl, this.password).catch(() => false);
+		await Promise.race([this.died, waitFor('obs-websocket answers', connect, 90_000)]);
+		await Promise.race([this.died, waitFor('the host is up', () => this.exists('@main'), 60_000)]);
+		await this.call('SetCurrentSceneTransition', { transitionName: 'Cut' });
 	}
 
 	/** Opens the dock beside the picture, in a window that has room for both. */
@@ -225,9 +207,7 @@ export class Host {
 			requestData: { json: JSON.stringify({ op, ...fields }) },
 		});
 		const answer = JSON.parse(responseData.json);
-		if (!answer.ok) {
-			throw new Error(`${op} ${JSON.stringify(fields).slice(0, 200)}: ${answer.error}`);
-		}
+		assert.ok(answer.ok, `${op} ${JSON.stringify(fields).slice(0, 200)}: ${answer.error}`);
 		return answer.value;
 	}
 
@@ -244,11 +224,16 @@ export class Host {
 
 	exists = (object) => this.get(object, []).then(() => true, () => false);
 
-	key = (key, object = 'noteEditor') => this.ask('key', { object, key });
+	/** Presses keys, with a blank between each two. */
+	async key(keys, object = 'noteEditor') {
+		for (const key of keys.split(' ')) {
+			await this.ask('key', { object, key });
+		}
+	}
 
-	async type(text, { object = 'noteEditor', pauseMs = 0 } = {}) {
+	async type(text, pauseMs = 0) {
 		for (const character of text) {
-			await this.ask('type', { object, text: character });
+			await this.ask('type', { object: 'noteEditor', text: character });
 			await sleep(pauseMs);
 		}
 	}
@@ -261,5 +246,15 @@ export class Host {
 		await work();
 		await sleep(50); // What the work has left for later, such as painting, counts too.
 		return this.ask('stall', { on: false });
+	}
+
+	/** Passes by the best of three counts: on a busy machine the host's window may have to wait for other programs. */
+	async assertQuick(what, limitMs, work, undo = () => {}) {
+		const stallsMs = [await this.longestStall(work)];
+		while (stallsMs.length < 3 && Math.min(...stallsMs) >= limitMs) {
+			await undo();
+			stallsMs.push(await this.longestStall(work));
+		}
+		assert.ok(Math.min(...stallsMs) < limitMs, `${what}: the window stood still for ${stallsMs} ms`);
 	}
 }

@@ -6,16 +6,11 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
-import { after, before, test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { waitFor } from './host.mjs';
-import { Studio, acrossCollections, readNote } from './studio.mjs';
+import { after, test } from 'node:test';
+import { Studio, acrossCollections, readNote, sleep, waitFor } from './studio.mjs';
 
-let studio;
-before(async () => {
-	studio = await Studio.open([]);
-});
-after(() => studio?.kill());
+const studio = await Studio.open([]);
+after(() => studio.kill());
 
 /** The scene's record names this file, and the file this scene. */
 async function assertFile(scene, name) {
@@ -56,8 +51,7 @@ test('a duplicated scene begins with a note of its own', async () => {
 	await studio.choose('DuplicateSelectedScene', () => studio.fillName('Copy'));
 	await studio.waitForScene('Copy');
 	assert.equal(await studio.plain(), '');
-	await studio.type('copy text');
-	await studio.waitForSave();
+	await studio.write('Copy', 'copy text');
 	await assertFile('Copy', 'Copy.json');
 	assert.equal(await studio.savedText('Original'), 'original text');
 });
@@ -114,10 +108,7 @@ test('collections keep their notes apart', async (t) => {
 		await own.waitForNote('of the second, unsaved');
 
 		await own.choose('on_actionDupSceneCollection_triggered', () => own.fillName('Third'));
-		await own.waitForScene('Scene');
-		await own.key('Ctrl+A');
-		await own.type('of the third');
-		await own.waitForSave();
+		await own.write('Scene', 'of the third');
 		const { uuid } = await own.sceneInfo('Scene');
 		await leave('Second');
 		await own.waitForScene('Scene');

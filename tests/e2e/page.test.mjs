@@ -6,22 +6,12 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
-import { after, afterEach, before, test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { Visitor, openBrowser, openPageStudio, phone } from './browser.mjs';
-import { waitFor } from './host.mjs';
-import { text } from './studio.mjs';
+import { after, afterEach, test } from 'node:test';
+import { Visitor, openBrowser, openRemoteStudio, phone, sleep, text, waitFor } from './browser.mjs';
 
-let studio;
-let browser;
+const [browser, studio] = await Promise.all([openBrowser(), openRemoteStudio(['One', 'Two'])]);
 const visitors = [];
-before(async () => {
-	[browser, studio] = await Promise.all([openBrowser(), openPageStudio(['One', 'Two'])]);
-});
-after(async () => {
-	await browser?.close();
-	await studio?.kill();
-});
+after(() => Promise.all([browser.close(), studio.kill()]));
 afterEach(async () => {
 	const complaints = visitors.flatMap((visitor) => visitor.complaints);
 	await Promise.all(visitors.splice(0).map((visitor) => visitor.close()));
@@ -31,14 +21,13 @@ afterEach(async () => {
 async function visit(options) {
 	const visitor = await Visitor.open(browser, studio, options);
 	visitors.push(visitor);
-	return visitor;
+	return { visitor, page: visitor.page };
 }
 
 /** A note of these lines in the scene on air, saved, and left alone long enough for a device to take it. */
 async function give(lines, scene = 'One') {
 	await studio.show(scene);
-	const isFree = async () => (await studio.get('noteEditor', 'readOnly')) === false;
-	await waitFor('no device has the note', isFree, 20_000);
+	await waitFor('no device has the note', async () => !(await studio.get('noteEditor', 'readOnly')), 20_000);
 	await studio.clear();
 	await studio.paste({ text: lines.join('\n') });
 	await waitFor('the note is saved', async () => (await studio.savedText(scene).catch(() => '')) === lines.join('\n'));
@@ -48,8 +37,7 @@ async function give(lines, scene = 'One') {
 const noteIs = (...lines) => studio.waitForNote(lines.join('\n'));
 
 test('logging in: only with the password, then without it, and never without a link', async () => {
-	const visitor = await visit({ login: false });
-	const { page } = visitor;
+	const { visitor, page } = await visit({ login: false });
 	await visitor.login('wrong');
 	await visitor.sees('#login-error', text('RemoteFailure'));
 	visitor.complaints.length = 0;
@@ -69,12 +57,8 @@ test('logging in: only with the password, then without it, and never without a l
 
 test('typing and formatting on a phone reach the note on air, and typing in OBS the phone', async () => {
 	await give(['first', 'second']);
-	const visitor = await visit({ device: phone });
-	const { page } = visitor;
-	await visitor.edit(2);
-	await visitor.type(' from the phone');
-	await page.keyboard.press('Enter');
-	await visitor.type('third');
+	const { visitor, page } = await visit({ device: phone });
+	await visitor.edit(2, ' from the phone\nthird');
 	await visitor.sees('#owner', text('RemoteSaved'));
 	await noteIs('first', 'second from the phone', 'third');
 	await page.keyboard.press('Control+z');
@@ -94,22 +78,20 @@ test('typing and formatting on a phone reach the note on air, and typing in OBS 
 
 test('every format that the page knows makes the trip to OBS and back unchanged', async () => {
 	await give(['plain', 'formatted text', 'listed', 'deeper']);
-	const visitor = await visit();
-	const { page } = visitor;
+	const { visitor, page } = await visit();
 	const select = async (line) => {
 		await visitor.edit(line);
 		await page.keyboard.press('Home');
 		await page.keyboard.press('Shift+End');
 	};
 	await select(2);
-	for (const id of ['bold', 'italic', 'underline', 'strike', 'apply-color', 'apply-highlight']) {
-		await page.click(`#${id}`);
+	const looks = ['#bold', '#italic', '#underline', '#strike', '#apply-color', '#apply-highlight'];
+	for (const control of [...looks, '[data-align="8"]', '#indent-more']) {
+		await page.click(control);
 	}
 	await page.selectOption('#family', 'Georgia');
 	await page.fill('#size', '21');
 	await page.press('#size', 'Enter');
-	await page.click('[data-align="8"]');
-	await page.click('#indent-more');
 	await page.keyboard.press('End');
 	await page.keyboard.press('Shift+Enter');
 	await visitor.type('after a line break');
@@ -125,16 +107,15 @@ test('every format that the page knows makes the trip to OBS and back unchanged'
 		assert.ok(before.includes(part), `no ${part} in ${before}`);
 	}
 	assert.match(before, /Georgia[^>]*>formatted text<br \/>after a line break/);
-	await visitor.edit(1);
-	await visitor.type('x');
+	await visitor.edit(1, 'x');
 	await noteIs('plainx', 'formatted text', 'after a line break', 'listed', 'deeper');
 	assert.equal((await exported()).text, before.replace('plain', 'plainx'));
 });
 
 test('one device edits; the others see who, and OBS takes the note back without losing a word', async () => {
 	await give(['shared']);
-	const anna = await visit({ name: 'Anna' });
-	const bert = await visit({ name: 'Bert', device: phone });
+	const { visitor: anna } = await visit({ name: 'Anna' });
+	const { visitor: bert } = await visit({ name: 'Bert', device: phone });
 	await anna.edit();
 	await bert.sees('#owner', `${text('RemoteEditing')} · Anna`);
 	await anna.type(' by Anna');
@@ -153,17 +134,14 @@ test('one device edits; the others see who, and OBS takes the note back without 
 	await bert.sees('#owner', text('RemoteLocked'));
 	await studio.press('ToggleLock');
 	await bert.sees('#owner', text('RemoteClickEdit'));
-	await bert.edit();
-	await bert.type(', and Bert');
+	await bert.edit(1, ', and Bert');
 	await noteIs('shared by Anna and unsaved, and Bert');
 });
 
 test('neither a cut connection nor a page that is left nor a scene that is gone loses what was typed', async () => {
 	await give(['before']);
-	const visitor = await visit();
-	const { page } = visitor;
-	await visitor.edit();
-	await visitor.type(' typed without a ');
+	const { visitor, page } = await visit();
+	await visitor.edit(1, ' typed without a ');
 	const keyboard = await visitor.context.newCDPSession(page);
 	await keyboard.send('Input.imeSetComposition', { text: 'network', selectionStart: 7, selectionEnd: 7 });
 	await visitor.cut(true);
@@ -178,7 +156,6 @@ test('neither a cut connection nor a page that is left nor a scene that is gone 
 	await visitor.sees('#owner', text('RemoteSaved'));
 	await visitor.type('!');
 	await page.reload();
-	await page.waitForSelector('#document p');
 	await visitor.sees('#document', 'before typed without a network!');
 	await visitor.sees('#owner', text('RemoteClickEdit'), 20_000);
 	await page.click('#retry', { timeout: 1000 }).catch(() => {});
@@ -187,8 +164,7 @@ test('neither a cut connection nor a page that is left nor a scene that is gone 
 	await studio.addScene('Gone');
 	await studio.show('Gone');
 	await visitor.sees('#document', /^\s*$/);
-	await visitor.edit();
-	await visitor.type('kept');
+	await visitor.edit(1, 'kept');
 	await visitor.cut(true);
 	await studio.call('RemoveScene', { sceneName: 'Gone' });
 	await visitor.cut(false);
@@ -201,8 +177,7 @@ test('neither a cut connection nor a page that is left nor a scene that is gone 
 test('the page follows the scene on air, scrolls OBS and goes to places', async () => {
 	await give(['elsewhere'], 'Two');
 	await give(Array.from({ length: 120 }, (_, i) => `on-line ${i + 1}`));
-	const visitor = await visit();
-	const { page } = visitor;
+	const { visitor, page } = await visit();
 	await studio.show('Two');
 	await visitor.sees('#document', 'elsewhere');
 	await studio.call('SetSceneName', { sceneName: 'Two', newSceneName: 'Renamed <b>' });
@@ -235,8 +210,7 @@ test('the page follows the scene on air, scrolls OBS and goes to places', async 
 test('files go in and come out, and what is hostile in them stays text', async () => {
 	const hostile = ['<img src=x onerror=alert(1)>', '\u202Egnirts'];
 	await give([...hostile, 'last']);
-	const visitor = await visit();
-	const { page } = visitor;
+	const { visitor, page } = await visit();
 	const file = (name, contents) => page.setInputFiles('#file', { name, mimeType: '', buffer: Buffer.from(contents) });
 	const html = await visitor.download(() => page.selectOption('#export', 'html'));
 	await file('note.txt', 'from a file\r\nof two lines');

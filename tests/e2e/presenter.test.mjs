@@ -4,23 +4,18 @@
 // A presenter on air: the hotkeys, the teleprompter and the search in the host.
 
 import assert from 'node:assert/strict';
-import { after, before, test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { waitFor } from './host.mjs';
-import { Studio, scrollBar, viewport } from './studio.mjs';
+import { after, test } from 'node:test';
+import { Studio, scrollBar, sleep, viewport, waitFor } from './studio.mjs';
 
 const paragraph = 'The presenter reads this paragraph aloud and looks up at the camera now and then. '.repeat(5);
 
-let studio;
-before(async () => {
-	studio = await Studio.open(['Script', 'Cues', 'Long']);
-	await studio.show('Script');
-	await studio.paste({ text: 'one line of the script\n'.repeat(400) });
-	await studio.show('Long');
-	await studio.paste({ text: `${paragraph}\n`.repeat(200) });
-	await studio.waitForSave();
-});
-after(() => studio?.kill());
+const studio = await Studio.open(['Script', 'Cues', 'Long']);
+after(() => studio.kill());
+for (const [scene, line, count] of [['Script', 'one line of the script\n', 400], ['Long', `${paragraph}\n`, 200]]) {
+	await studio.show(scene);
+	await studio.paste({ text: line.repeat(count) });
+}
+await studio.waitForSave();
 
 test('the hotkeys drive the teleprompter', async () => {
 	await studio.show('Script');

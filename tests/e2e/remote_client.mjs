@@ -4,8 +4,9 @@
 // Browsers of the remote service, without the browser.
 
 import OBSWebSocket from 'obs-websocket-js/json';
-import { freePort } from './host.mjs';
-import { Studio } from './studio.mjs';
+import { Studio, freePort } from './studio.mjs';
+
+export * from './studio.mjs';
 
 /** A studio that serves remote devices over loopback, with the first of the scenes on air. */
 export async function openRemoteStudio(scenes, options) {
@@ -33,16 +34,10 @@ export class Client {
 		const payload = { access: this.access, session: this.session, action, ...fields };
 		const requestData = { payload: JSON.stringify(payload) };
 		const request = { vendorName: 'QuillBay', requestType: 'Request', requestData };
-		try {
-			const { responseData } = await this.socket.call('CallVendorRequest', request);
-			return JSON.parse(responseData.payload);
-		} catch (error) {
-			// While it switches scene collections the host itself refuses most requests.
-			if (error.code === 207) {
-				return { ok: false, code: 'loading' };
-			}
-			throw error;
-		}
+		// While it switches scene collections the host itself refuses most requests.
+		const refused = (error) => (error.code === 207 ? { ok: false, code: 'loading' } : Promise.reject(error));
+		const answered = ({ responseData }) => JSON.parse(responseData.payload);
+		return this.socket.call('CallVendorRequest', request).then(answered, refused);
 	}
 
 	/** Takes the note as it is now, if nobody else has it; `replace` is for an upload. */

@@ -8,10 +8,8 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
-import { after, before, describe, test } from 'node:test';
-import { setTimeout as sleep } from 'node:timers/promises';
-import { waitFor } from './host.mjs';
-import { Studio, acrossCollections, plainText, readNote, text } from './studio.mjs';
+import { test } from 'node:test';
+import { Studio, acrossCollections, plainText, readNote, sleep, text, waitFor } from './studio.mjs';
 
 const kills = Number(process.env.QUILLBAY_KILLS ?? 6);
 // An edit is written half a second later at most; the rest is for the write itself.
@@ -40,24 +38,20 @@ async function assertSaveError(studio) {
 	assert.deepEqual(line, { visible: true, text: `! ${text('NoteSaveFailed')}` });
 }
 
-describe('a host that is killed', () => {
-	let studio;
-	before(async () => {
-		studio = await Studio.open(['Live']);
-		await studio.show('Live');
-	});
-	after(() => studio?.kill());
+test('a host that is killed', async (t) => {
+	const studio = await Studio.open(['Live']);
+	t.after(() => studio.kill());
+	await studio.show('Live');
 
-	test('has saved the first note of a new scene 600 ms after the last key', async () => {
+	await t.test('has saved the first note of a new scene 600 ms after the last key', async () => {
 		await studio.type('the very first words');
 		await sleep(600);
-		await studio.kill();
 		await studio.restart();
 		await studio.waitForScene('Live');
 		assert.equal(await studio.plain(), 'the very first words');
 	});
 
-	test(`${kills} times amid typing leaves a whole note, with all but the last half second`, async () => {
+	await t.test(`${kills} times amid typing leaves a whole note, with all but the last half second`, async () => {
 		const file = await studio.noteFile('Live');
 		let before = await studio.savedText('Live');
 		for (let round = 0; round < kills; round++) {
@@ -66,7 +60,7 @@ describe('a host that is killed', () => {
 			const killAt = performance.now() + 300 + Math.random() * 3000;
 			while (performance.now() < killAt) {
 				const word = `w${round}.${words.length} `;
-				await studio.type(word, { pauseMs: 20 });
+				await studio.type(word, 20);
 				words.push({ word, typedAt: performance.now() });
 				await sleep(Math.min(Math.random() * 900, Math.max(0, killAt - performance.now())));
 			}
@@ -86,7 +80,7 @@ describe('a host that is killed', () => {
 		}
 	});
 
-	test('makes a notes folder again that is gone', async () => {
+	await t.test('makes a notes folder again that is gone', async () => {
 		fs.rmSync(studio.notesFolder, { recursive: true });
 		await studio.type('again');
 		await waitFor('the note is saved', () => fs.existsSync(path.join(studio.notesFolder, 'Live.json')));
@@ -95,24 +89,18 @@ describe('a host that is killed', () => {
 	});
 });
 
-describe('notes that cannot be written', () => {
-	let studio;
-	before(async () => {
-		studio = await Studio.open(['One', 'Two'], { wrap: onSmallDisk });
-	});
-	after(() => studio?.kill());
+test('notes that cannot be written', async (t) => {
+	const studio = await Studio.open(['One', 'Two'], { wrap: onSmallDisk });
+	t.after(() => studio.kill());
 
 	const breaks = [
 		['the disk is full', fillDisk, freeDisk],
 		['the folder may not be written', (folder) => fs.chmodSync(folder, 0o555), (folder) => fs.chmodSync(folder, 0o755)],
 	];
 	for (const [why, breakFolder, mendFolder] of breaks) {
-		test(`for ${why}, stay in the dock until they can`, async () => {
+		await t.test(`for ${why}, stay in the dock until they can`, async () => {
 			const folder = studio.inside(studio.notesFolder);
-			await studio.show('One');
-			await studio.key('Ctrl+A');
-			await studio.type('old');
-			await studio.waitForSave();
+			await studio.write('One', 'old');
 			breakFolder(folder);
 			await studio.type(', new');
 			await assertSaveError(studio);
@@ -128,7 +116,7 @@ describe('notes that cannot be written', () => {
 		});
 	}
 
-	test('for the disk is full, while scenes and collections are switched', async () => {
+	await t.test('for the disk is full, while scenes and collections are switched', async () => {
 		await acrossCollections(['One', 'Two'], { wrap: onSmallDisk }, async (own) => {
 			const folder = own.inside(own.notesFolder);
 			await own.write('One', 'old');

@@ -3,21 +3,19 @@
 
 // What a presenter does in the host and with the notes, and where the notes lie.
 
+import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
 import { Host, repository, waitFor } from './host.mjs';
 
-const locale = new Map();
-for (const line of fs.readFileSync(path.join(repository, 'data/locale/en-US.ini'), 'utf8').split('\n')) {
-	const [, key, value] = /^(\w+)="(.*)"$/.exec(line) ?? [];
-	locale.set(key, value);
-}
+export * from './host.mjs';
+
+const texts = fs.readFileSync(path.join(repository, 'data/locale/en-US.ini'), 'utf8').matchAll(/^(\w+)="(.*)"$/gm);
+const locale = new Map(Array.from(texts, ([, key, value]) => [key, value]));
 
 /** The English text of a key. */
 export function text(key) {
-	if (!locale.has(key)) {
-		throw new Error(`no text for ${key}`);
-	}
+	assert.ok(locale.has(key), `no text for ${key}`);
 	return locale.get(key);
 }
 
@@ -26,6 +24,9 @@ export const viewport = 'noteEditor qt_scrollarea_viewport';
 export const scrollBar = 'noteEditor qt_scrollarea_vcontainer .QScrollBar';
 
 export class Studio extends Host {
+	settingsFolder = path.join(this.config, 'plugin_config/quillbay');
+	notesFolder = path.join(this.settingsFolder, 'notes');
+
 	/** A running host with the dock open over the scenes named. `settings` are the module's, line by line. */
 	static async open(scenes, { settings = [], ...options } = {}) {
 		const studio = new Studio(options);
@@ -43,18 +44,11 @@ export class Studio extends Host {
 		}
 	}
 
-	/** Starts the host, at first or once more, with the dock open. */
+	/** Starts the host, at first or once more, after a kill if it still runs, with the dock open. */
 	async restart() {
+		await this.kill();
 		await this.start();
 		await this.openDock();
-	}
-
-	get settingsFolder() {
-		return path.join(this.config, 'plugin_config/quillbay');
-	}
-
-	get notesFolder() {
-		return path.join(this.settingsFolder, 'notes');
 	}
 
 	// --- scenes ----------------------------------------------------------------------------------------------
@@ -109,9 +103,10 @@ export class Studio extends Host {
 
 	// --- notes -----------------------------------------------------------------------------------------------
 
-	/** Writes a scene's note, and waits until it is saved. */
+	/** Writes a scene's note, whatever was in it, and waits until it is saved. */
 	async write(scene, note) {
 		await this.show(scene);
+		await this.key('Ctrl+A');
 		await this.type(note);
 		await this.waitForSave();
 	}
@@ -127,10 +122,7 @@ export class Studio extends Host {
 		await this.key('Ctrl+V');
 	}
 
-	async clear() {
-		await this.key('Ctrl+A');
-		await this.key('Delete');
-	}
+	clear = () => this.key('Ctrl+A Delete');
 
 	scrollPosition = () => this.get(scrollBar, 'value');
 
@@ -146,10 +138,7 @@ export class Studio extends Host {
 	/** The scene's UUID and note record. */
 	sceneInfo = (scene) => this.ask('scene', { scene });
 
-	async noteFile(scene) {
-		const { record } = await this.sceneInfo(scene);
-		return path.join(this.notesFolder, record.file);
-	}
+	noteFile = async (scene) => path.join(this.notesFolder, (await this.sceneInfo(scene)).record.file);
 
 	/** The text in the scene's note file. */
 	savedText = async (scene) => plainText(readNote(await this.noteFile(scene)).html);
@@ -186,9 +175,7 @@ export async function acrossCollections(scenes, options, work) {
 }
 
 /** A note file's members; throws when the file is not whole. */
-export function readNote(file) {
-	return JSON.parse(fs.readFileSync(file, 'utf8'));
-}
+export const readNote = (file) => JSON.parse(fs.readFileSync(file, 'utf8'));
 
 /** The text of a note's HTML, one line a paragraph: enough for notes that are typed. */
 export function plainText(html) {

@@ -17,7 +17,6 @@ const frame = `<!doctype html><meta charset="utf-8"><style>
 	import * as note from '/document.mjs';
 	Object.assign(window, { note, root: document.getElementById('document') });
 </script>`;
-const quiet = ['--disable-quic', '--no-first-run', '--disable-background-networking'];
 
 /** Answers a request with the client's files. */
 function respond(route) {
@@ -32,7 +31,7 @@ function respond(route) {
 export async function openBrowser(...options) {
 	const browser = await chromium.launch({
 		executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
-		args: ['--no-sandbox', '--disable-gpu', ...quiet, ...options],
+		args: ['--no-sandbox', '--disable-gpu', '--disable-quic', ...options],
 	});
 	const page = async () => {
 		const opened = await browser.newPage({ viewport: { width: 800, height: 600 } });

@@ -5,8 +5,8 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { unset, usePage } from './note_page.mjs';
 
-const use = usePage();
-const { brief, inPage, marks, noFailures, text } = use;
+const use = await usePage();
+const { brief, inPage, marks, text } = use;
 
 test('an edit is accepted up to each limit and not beyond', async () => {
 	const results = await inPage(() => {
@@ -33,11 +33,8 @@ test('an edit is accepted up to each limit and not beyond', async () => {
 		].filter(([, is, should]) => is !== should);
 	});
 	assert.deepEqual(results, []);
-	for (const [shown, key] of [
-		['x'.repeat(10_000), 'y'],
-		['\n'.repeat(19_999), 'Enter'],
-		['x'.repeat(10_000), 'Shift+Enter'],
-	]) {
+	const full = 'x'.repeat(10_000);
+	for (const [key, shown] of Object.entries({ y: full, Enter: '\n'.repeat(19_999), 'Shift+Enter': full })) {
 		await inPage((shown) => (show(shown, 5), outcomes.splice(0)), shown);
 		await use.page.keyboard.press(key);
 		assert.deepEqual(await inPage(() => outcomes), ['refused'], key);
@@ -56,8 +53,7 @@ test('random edits do to the text what they do to a string, and are undone and m
 		const start = JSON.stringify(note.serialize(root));
 		const wrong = [];
 		const check = (what) => {
-			const shown = note.documentText(root);
-			if (shown !== model) wrong.push(`${what}: text`);
+			if (note.documentText(root) !== model) wrong.push(`${what}: text`);
 			if (note.shownCharacterCount(root) !== model.length) wrong.push(`${what}: count`);
 			if (savedText() !== model) wrong.push(`${what}: document`);
 			if (note.paragraphCount(root) !== note.paragraphsOf(root).length) wrong.push(`${what}: paragraphs`);
@@ -76,8 +72,7 @@ test('random edits do to the text what they do to a string, and are undone and m
 				const piece = pieces[next(pieces.length)];
 				note.insertText(root, piece);
 				model = model.slice(0, from) + piece.replaceAll('\u2028', '\n') + model.slice(to);
-				const caret = from + piece.length;
-				if (note.selectionOffsets(root).end !== caret) wrong.push(`${round}: caret`);
+				if (note.selectionOffsets(root).end !== from + piece.length) wrong.push(`${round}: caret`);
 			}
 			check(`${round} ${kind}`);
 		}
@@ -125,11 +120,8 @@ test('random keys do to a note of many formats what they do to a string, across 
 		});
 		const key = keys[choice % keys.length];
 		await (key === '◆' ? use.page.keyboard.insertText(key) : use.page.keyboard.press(key));
-		const [shown, ...kept] = await inPage(() => [
-			note.documentText(root),
-			savedText(),
-			note.shownCharacterCount(root),
-		]);
+		const shown = await text();
+		const kept = await inPage(() => [savedText(), note.shownCharacterCount(root)]);
 		assert.equal(shown, pressed(before, key, selected), `${round}: ${key} at ${selected.start} to ${selected.end}`);
 		assert.deepEqual(kept, [shown, shown.length], `${round}: ${key}`);
 	}
@@ -139,7 +131,6 @@ test('random keys do to a note of many formats what they do to a string, across 
 	assert.equal(await text(), 'again');
 	await inPage(() => [...Array(300)].forEach(() => note.undo(root)));
 	assert.equal(await inPage(() => JSON.stringify(note.serialize(root))), initial);
-	noFailures();
 });
 
 test('what the browser offers besides typing is done here or not at all', async () => {
@@ -160,7 +151,6 @@ test('what the browser offers besides typing is done here or not at all', async 
 	assert.equal(await fire('historyUndo'), 'done,abc,700');
 	assert.equal(await fire('historyUndo'), 'done,abc,400');
 	assert.equal(await fire('historyUndo'), 'ignored,abc,400');
-	noFailures();
 });
 
 test('marks are found, inserted, left and deleted whole', async () => {
@@ -237,7 +227,6 @@ test('an input method keeps the limits, and its text stays out of marks', async 
 	await compose('日', '日本');
 	assert.equal((await text()).length, 9_999);
 	assert.equal(await inPage(() => outcomes.at(-1)), 'refused');
-	noFailures();
 });
 
 test('selected text and paragraphs take formats', async () => {

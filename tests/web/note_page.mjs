@@ -4,7 +4,7 @@
 // What the tests of the document have in common.
 
 import assert from 'node:assert/strict';
-import { after, before, beforeEach } from 'node:test';
+import { after, afterEach, beforeEach } from 'node:test';
 import { openBrowser } from './browser.mjs';
 
 /** Runs in the page. */
@@ -40,10 +40,9 @@ function prepare() {
 }
 
 /** A page for each test, its errors, and what most of them do in it. */
-export function usePage() {
+export async function usePage() {
 	const use = { page: null, failures: [] };
-	let browser;
-	before(async () => (browser = await openBrowser()));
+	const browser = await openBrowser();
 	after(() => browser.close());
 	beforeEach(async () => {
 		await use.page?.close();
@@ -52,11 +51,11 @@ export function usePage() {
 		use.page.on('pageerror', (error) => use.failures.push(error.message));
 		await use.page.evaluate(prepare);
 	});
+	afterEach(() => assert.deepEqual(use.failures, []));
 	use.inPage = (work, argument) => use.page.evaluate(work, argument);
 	use.text = () => use.inPage(() => note.documentText(root));
 	use.brief = async (look) => brief(await use.inPage(() => note.serialize(root)), look);
 	use.marks = () => use.inPage(() => [...root.querySelectorAll('[data-mark]')].map((mark) => mark.textContent));
-	use.noFailures = () => assert.deepEqual(use.failures, []);
 	return use;
 }
 

@@ -5,8 +5,8 @@
 //
 // It is the vendor "QuillBayProbe" with the one request "run". Its field "json" holds an object with "op" and that
 // operation's fields; the answer's "json" holds {"ok": true, "value": ...} or {"ok": false, "error": text}.
-// Objects are named by a path of words from the outside in, each an object name, ".Class", or one of @main, @modal and
-// @focus: "noteEditor", "@modal .QLineEdit".
+// Objects are named by a path of words from the outside in, each an object name, ".Class", @main or @modal:
+// "noteEditor", "@modal .QLineEdit".
 
 #include <QApplication>
 #include <QClipboard>
@@ -29,7 +29,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <functional>
 #include <future>
 #include <memory>
 #include <stdexcept>
@@ -43,11 +42,6 @@ using Operation = QJsonValue (*)(const QJsonObject &);
 
 constexpr auto kAnswerTimeout = 30s;
 
-[[noreturn]] void fail(const QString &reason)
-{
-	throw std::runtime_error(reason.toStdString());
-}
-
 // --- objects ---------------------------------------------------------------------------------------------------------
 
 QObject *findBelow(QObject *root, const QString &word)
@@ -55,24 +49,21 @@ QObject *findBelow(QObject *root, const QString &word)
 	if (!word.startsWith('.')) {
 		return root->objectName() == word ? root : root->findChild<QObject *>(word);
 	}
-	const QObjectList all = root->findChildren<QObject *>();
-	const auto isMeant = [name = word.mid(1).toUtf8()](const QObject *object) {
-		return object->inherits(name.constData());
-	};
-	const auto found = std::find_if(all.begin(), all.end(), isMeant);
-	return found == all.end() ? nullptr : *found;
+	for (QObject *object : root->findChildren<QObject *>()) {
+		if (object->inherits(qUtf8Printable(word.mid(1)))) {
+			return object;
+		}
+	}
+	return nullptr;
 }
 
 QObject *find(const QJsonObject &request)
 {
 	auto *main = static_cast<QWidget *>(obs_frontend_get_main_window());
-	const QHash<QString, QObject *> places{{"@main", main},
-					       {"@modal", QApplication::activeModalWidget()},
-					       {"@focus", QApplication::focusWidget()}};
-	QList<QObject *> roots{main};
-	for (QWidget *window : QApplication::topLevelWidgets()) {
-		roots.append(window);
-	}
+	const QHash<QString, QObject *> places{{"@main", main}, {"@modal", QApplication::activeModalWidget()}};
+	const QWidgetList windows = QApplication::topLevelWidgets();
+	QObjectList roots(windows.begin(), windows.end());
+	roots.prepend(main);
 	for (const QString &word : request["object"].toString().split(' ')) {
 		QObject *found = places.value(word);
 		for (QObject *root : roots) {
@@ -109,7 +100,7 @@ QJsonValue setProperty(const QJsonObject &request)
 		value = QRect(at[0].toInt(), at[1].toInt(), at[2].toInt(), at[3].toInt());
 	}
 	if (!find(request)->setProperty(request["property"].toString().toUtf8().constData(), value)) {
-		fail("the property was not set");
+		throw std::runtime_error("the property was not set");
 	}
 	return {};
 }
@@ -121,7 +112,7 @@ QJsonValue invoke(const QJsonObject &request)
 	const bool flag = request["flag"].toBool();
 	const QGenericArgument argument(request.contains("flag") ? "bool" : nullptr, &flag);
 	if (!QMetaObject::invokeMethod(find(request), method.constData(), Qt::QueuedConnection, argument)) {
-		fail("no such method");
+		throw std::runtime_error("no such method");
 	}
 	return {};
 }
@@ -202,7 +193,7 @@ QJsonValue inspectScene(const QJsonObject &request)
 {
 	const OBSSourceAutoRelease scene = obs_get_source_by_name(request["scene"].toString().toUtf8().constData());
 	if (!scene) {
-		fail("no such scene");
+		throw std::runtime_error("no such scene");
 	}
 	const OBSDataAutoRelease settings = obs_source_get_private_settings(scene);
 	if (request.contains("record")) {
@@ -250,13 +241,13 @@ QJsonValue perform(const QJsonObject &request)
 {
 	const Operation operation = operations.value(request["op"].toString());
 	if (!operation) {
-		fail("no such operation");
+		throw std::runtime_error("no such operation");
 	}
 	const auto task = std::make_shared<std::packaged_task<QJsonValue()>>([=] { return operation(request); });
 	std::future<QJsonValue> answer = task->get_future();
 	QMetaObject::invokeMethod(qApp, [task] { (*task)(); }, Qt::QueuedConnection);
 	if (answer.wait_for(kAnswerTimeout) != std::future_status::ready) {
-		fail("the user-interface thread does not answer");
+		throw std::runtime_error("the user-interface thread does not answer");
 	}
 	return answer.get();
 }
