@@ -12,6 +12,13 @@
 
 namespace quillbay::test {
 
+#ifdef __SANITIZE_ADDRESS__
+/// How much slower than usual everything may be in this build.
+inline constexpr int kSlowness = 10;
+#else
+inline constexpr int kSlowness = 1;
+#endif
+
 /// Runs libobs for the length of a test program. Needs an X display.
 class Host {
 public:
