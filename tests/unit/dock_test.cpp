@@ -154,8 +154,7 @@ private:
 	[[nodiscard]] QString fileOf(obs_source_t *scene) const { return dock->store().filePath(scene); }
 	[[nodiscard]] bool isOnDisk(obs_source_t *scene, const char *part) const
 	{
-		const QString path = fileOf(scene);
-		return !path.isEmpty() && readFile(path).contains(part);
+		return !fileOf(scene).isEmpty() && readFile(fileOf(scene)).contains(part);
 	}
 	void type(const char *keys) { QTest::keyClicks(editor, QLatin1StringView(keys)); }
 	void reopen()
