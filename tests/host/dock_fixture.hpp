@@ -57,13 +57,7 @@ public:
 	[[nodiscard]] QAction *action(const char *name) const { return find<QAction>(name); }
 	[[nodiscard]] QString status() const { return find<QLabel>("saveStatus")->toolTip(); }
 	[[nodiscard]] QScrollBar *bar() const { return editor->verticalScrollBar(); }
-	void select(int start, int end) const
-	{
-		QTextCursor cursor = editor->textCursor();
-		cursor.setPosition(start);
-		cursor.setPosition(end, QTextCursor::KeepAnchor);
-		editor->setTextCursor(cursor);
-	}
+	void select(int start, int end) const { test::select(*editor, start, end); }
 	void lines(int count) const { editor->setPlainText(QStringLiteral("some words\n").repeated(count)); }
 
 	QTemporaryDir folder;

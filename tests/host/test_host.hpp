@@ -10,6 +10,13 @@
 
 namespace quillbay::test {
 
+#ifdef __SANITIZE_ADDRESS__
+/// How much slower than usual everything may be in this build.
+inline constexpr int kSlowness = 10;
+#else
+inline constexpr int kSlowness = 1;
+#endif
+
 /// Runs libobs for the length of a test program. Needs an X display.
 class Host {
 public:
@@ -33,6 +40,15 @@ void setRecord(obs_source_t *scene, const QString &id, const QString &file, cons
 
 QByteArray readFile(const QString &path);
 void writeFile(const QString &path, const QByteArray &bytes);
+
+/// Selects text of an editor as the user does, with the caret at `position`.
+inline void select(QTextEdit &editor, int anchor, int position)
+{
+	QTextCursor cursor = editor.textCursor();
+	cursor.setPosition(anchor);
+	cursor.setPosition(position, QTextCursor::KeepAnchor);
+	editor.setTextCursor(cursor);
+}
 
 /// Runs the tests of an object inside a host: the body of a test program's main function.
 template <typename Test>

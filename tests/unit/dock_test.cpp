@@ -1,13 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The QuillBay developers
 // SPDX-License-Identifier: GPL-2.0-or-later
 
-#include "host/test_host.hpp"
+#include "host/dock_fixture.hpp"
 
-#include "dock/dock.hpp"
-#include "editor/editor.hpp"
 #include "plugin/text.hpp"
-
-#include <QtWidgets>
 
 namespace quillbay::test {
 
@@ -17,31 +13,27 @@ class DockTest : public QObject {
 private Q_SLOTS:
 	void init()
 	{
-		frontend() = {};
-		folder = std::make_unique<QTemporaryDir>();
-		first = makeScene("First").Get();
+		fixture = std::make_unique<DockFixture>();
+		first = fixture->scene;
 		second = makeScene("Second").Get();
 		reopen();
-		frontend().currentScene = first;
-		dock->frontendEvent(OBS_FRONTEND_EVENT_FINISHED_LOADING);
 	}
 
 	void cleanup()
 	{
-		dock.reset();
-		frontend() = {};
-		removeScenes();
+		fixture.reset();
 		first = nullptr;
 		second = nullptr;
 	}
 
 	void savesBeforeItSwitches()
 	{
-		QCOMPARE(scene(), "First");
-		QCOMPARE(status(), text("Loaded"));
+		QCOMPARE(scene(), "Intro");
+		QCOMPARE(fixture->status(), text("Loaded"));
 		type("one");
-		QCOMPARE(status(), text("Saving"));
-		sendScene(second);
+		QCOMPARE(fixture->status(), text("Saving"));
+		frontend().currentScene = second;
+		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_CHANGED);
 		QVERIFY(isOnDisk(first, "one"));
 		QCOMPARE(frontend().saves, 1);
 		QCOMPARE(editor->toPlainText(), QString());
@@ -59,7 +51,7 @@ private Q_SLOTS:
 		QVERIFY(dock->readHtml(first).contains("a"));
 		QCOMPARE(fileOf(first), QString());
 		QTRY_VERIFY_WITH_TIMEOUT(isOnDisk(first, "a"), 400);
-		QCOMPARE(status(), text("SavedNote"));
+		QCOMPARE(fixture->status(), text("SavedNote"));
 		QCOMPARE(frontend().saves, 1);
 		for (int i = 0; i < 9; ++i) {
 			type("b");
@@ -102,50 +94,45 @@ private Q_SLOTS:
 	void readModeProtectsTheNote()
 	{
 		type("kept");
-		auto *read = find<QAction>("Read");
-		read->trigger();
+		fixture->action("Read")->trigger();
 		QVERIFY2(isOnDisk(first, "kept"), "locking saves first");
 		QVERIFY(editor->isReadOnly());
 		type("x");
 		dock->command(Command::InsertTime);
 		QCOMPARE(editor->toPlainText(), "kept");
 		reopen();
-		dock->bindScene(first);
-		QVERIFY(editor->isReadOnly() && find<QAction>("Read")->isChecked());
+		QVERIFY(editor->isReadOnly() && fixture->action("Read")->isChecked());
 		dock->command(Command::ToggleLock);
 		QVERIFY(!editor->isReadOnly());
 	}
 
 	void remembersScrollPositions()
 	{
-		const auto value = [this] { return editor->verticalScrollBar()->value(); };
 		for (obs_source_t *scene : {first.Get(), second.Get()}) {
 			QVERIFY(dock->store().write(scene, {QString("<p>line</p>").repeated(3000)}));
 		}
 		dock->bindScene(nullptr);
 		dock->bindScene(first);
-		QTRY_VERIFY(editor->verticalScrollBar()->maximum() > 20'000);
-		editor->verticalScrollBar()->setValue(20'000);
+		QTRY_VERIFY(fixture->bar()->maximum() > 20'000);
+		fixture->bar()->setValue(20'000);
 		dock->bindScene(second);
-		editor->verticalScrollBar()->setValue(50);
+		fixture->bar()->setValue(50);
 		for (obs_source_t *scene : {first.Get(), second.Get(), first.Get()}) {
 			dock->bindScene(scene);
 			QCoreApplication::processEvents(); // the view may have got another width meanwhile
-			QCOMPARE(value(), scene == first ? 20'000 : 50);
+			QCOMPARE(fixture->bar()->value(), scene == first ? 20'000 : 50);
 		}
 		reopen();
-		dock->bindScene(first);
-		QTRY_COMPARE(value(), 20'000);
+		QTRY_COMPARE(fixture->bar()->value(), 20'000);
 	}
 
 	void aSettingsFileOfGarbageDoesNoHarm()
 	{
-		dock.reset();
+		fixture->dock.reset();
 		QByteArray garbage(100'000, 0);
 		QRandomGenerator(1).generate(garbage.begin(), garbage.end());
-		writeFile(folder->filePath("settings.ini"), garbage);
+		writeFile(fixture->settingsPath(), garbage);
 		reopen();
-		dock->bindScene(first);
 		type("still here");
 		QVERIFY(dock->flush(true, true) && isOnDisk(first, "still here"));
 	}
@@ -163,36 +150,22 @@ private Q_SLOTS:
 	}
 
 private:
-	template <typename T>
-	T *find(const char *name) const
-	{
-		return dock->findChild<T *>(QLatin1StringView(name));
-	}
-	[[nodiscard]] QString scene() const { return find<QLabel>("sceneLabel")->text(); }
-	[[nodiscard]] QString status() const { return find<QLabel>("saveStatus")->toolTip(); }
+	[[nodiscard]] QString scene() const { return fixture->find<QLabel>("sceneLabel")->text(); }
 	[[nodiscard]] QString fileOf(obs_source_t *scene) const { return dock->store().filePath(scene); }
 	[[nodiscard]] bool isOnDisk(obs_source_t *scene, const char *part) const
 	{
-		const QString path = fileOf(scene);
-		return !path.isEmpty() && readFile(path).contains(part);
-	}
-	void sendScene(obs_source_t *scene)
-	{
-		frontend().currentScene = scene;
-		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_CHANGED);
+		return !fileOf(scene).isEmpty() && readFile(fileOf(scene)).contains(part);
 	}
 	void type(const char *keys) { QTest::keyClicks(editor, QLatin1StringView(keys)); }
 	void reopen()
 	{
-		dock.reset();
-		dock = std::make_unique<Dock>(folder->filePath("settings.ini"));
-		editor = find<Editor>("noteEditor");
-		dock->show();
-		QVERIFY(QTest::qWaitForWindowExposed(dock.get()));
+		fixture->reopen({});
+		dock = fixture->dock.get();
+		editor = fixture->editor;
 	}
 
-	std::unique_ptr<QTemporaryDir> folder;
-	std::unique_ptr<Dock> dock;
+	std::unique_ptr<DockFixture> fixture;
+	Dock *dock = nullptr;
 	Editor *editor = nullptr;
 	OBSSource first;
 	OBSSource second;

@@ -1,13 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The QuillBay developers
 // SPDX-License-Identifier: GPL-2.0-or-later
 
+#include "host/test_host.hpp"
+
 #include "editor/editor.hpp"
 #include "notes/limits.hpp"
-
-#include <QtTest>
-#include <QtWidgets>
-
-#include <memory>
 
 namespace quillbay::test {
 
@@ -35,13 +32,7 @@ public:
 		select(anchor, position);
 		refusals = 0;
 	}
-	void select(int anchor, int position)
-	{
-		QTextCursor cursor = textCursor();
-		cursor.setPosition(anchor);
-		cursor.setPosition(position, QTextCursor::KeepAnchor);
-		setTextCursor(cursor);
-	}
+	void select(int anchor, int position) { test::select(*this, anchor, position); }
 	void press(int key, Qt::KeyboardModifiers modifiers = {}, const QString &typed = {})
 	{
 		QKeyEvent event(QEvent::KeyPress, key, modifiers, typed);
@@ -150,11 +141,10 @@ private Q_SLOTS:
 				      const QString &after = {}) {
 			ShownEditor editor;
 			editor.setText(before, 0, int(before.size()));
-			QElapsedTimer timer;
-			timer.start();
+			const QDeadlineTimer deadline(250);
 			editor.paste(text, html);
 			const bool isRefused = after.isNull();
-			QVERIFY2(!isRefused || timer.elapsed() < 250, name);
+			QVERIFY2(!isRefused || !deadline.hasExpired(), name);
 			QVERIFY2(editor.refusals == (isRefused ? 1 : 0), name);
 			QVERIFY2(editor.toPlainText() == (isRefused ? before : after), name);
 			editor.undo();

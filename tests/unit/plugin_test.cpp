@@ -7,8 +7,6 @@
 #include "plugin/shell.hpp"
 #include "plugin/text.hpp"
 
-#include <QtWidgets>
-
 namespace quillbay::test {
 
 namespace {
@@ -26,8 +24,7 @@ obs_hotkey_id hotkeyNamed(const char *name)
 }
 
 // The host triggers hotkeys and renames on threads of its own.
-template <typename Call>
-void onHostThread(Call call)
+void onHostThread(const std::function<void()> &call)
 {
 	const std::unique_ptr<QThread> thread(QThread::create(call));
 	thread->start();
@@ -47,18 +44,13 @@ private Q_SLOTS:
 		frontend().mainWindow = window.get();
 		scene = makeScene("Intro").Get();
 		frontend().currentScene = scene;
-		isLoaded = qstrcmp(QTest::currentTestFunction(), "refusesToLoad") != 0;
-		if (isLoaded) {
-			QVERIFY(load());
-			frontend().sendEvent(OBS_FRONTEND_EVENT_FINISHED_LOADING);
-		}
+		QVERIFY(load());
+		frontend().sendEvent(OBS_FRONTEND_EVENT_FINISHED_LOADING);
 	}
 
 	void cleanup()
 	{
-		if (isLoaded) {
-			shell().unload();
-		}
+		shell().unload();
 		window.reset();
 		frontend() = {};
 		removeScenes();
@@ -67,6 +59,7 @@ private Q_SLOTS:
 
 	void refusesToLoad()
 	{
+		shell().unload();
 		frontend().mainWindow = nullptr;
 		QVERIFY(!load());
 		frontend().mainWindow = window.get();
@@ -184,7 +177,6 @@ private Q_SLOTS:
 			type("text");
 			before();
 			shell().unload();
-			isLoaded = false;
 			QCOMPARE(frontend().removals, removals);
 			QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
 			QCOMPARE(recordOf(scene, "file"), "Intro.json");
@@ -215,7 +207,6 @@ private:
 	std::unique_ptr<QTemporaryDir> folder;
 	std::unique_ptr<QMainWindow> window;
 	OBSSource scene;
-	bool isLoaded = false;
 };
 
 } // namespace quillbay::test

@@ -7,10 +7,6 @@
 #include "dock/speed.hpp"
 #include "plugin/text.hpp"
 
-#include <QtWidgets>
-
-#include <limits>
-
 namespace quillbay::test {
 
 class PresenterTest : public QObject {
@@ -32,7 +28,7 @@ private Q_SLOTS:
 		};
 		check(1.25, 1.3);
 		check(9.0, 5.0);
-		check(std::numeric_limits<double>::quiet_NaN(), 1.0);
+		check(qQNaN(), 1.0);
 		fixture->find<QSlider>("scrollSlider")->setValue(24);
 		QCOMPARE(fixture->find<QDoubleSpinBox>("scrollSpeed")->value(), 2.4);
 	}
@@ -154,19 +150,18 @@ private Q_SLOTS:
 	void pausesForWhatTakesTheTextAway()
 	{
 		const auto check = [this](const char *name, const std::function<void()> &cause) {
-			init();
 			start(1.0);
 			cause();
 			QTRY_VERIFY2(!isScrolling(), name);
 			QVERIFY2(!fixture->find<QWidget>("readingBand")->isVisible(), name);
 			cleanup();
+			init();
 		};
-		cleanup();
 		check("hiding", [this] { fixture->dock->hide(); });
 		check("leaving read mode", [this] { fixture->dock->setLocked(false); });
 		check("remote editing", [this] { fixture->dock->setRemoteEditing(true); });
 		check("another scene", [this] { fixture->dock->bindScene(nullptr); });
-		check("the search field", [this] { fixture->find<QLineEdit>("searchText")->setFocus(); });
+		check("the search field", [this] { field->setFocus(); });
 		check("going to a place", [this] { fixture->dock->goToPosition("50%"); });
 		check("the end", [this] { fixture->dock->shutdown(); });
 	}
@@ -191,7 +186,7 @@ private Q_SLOTS:
 		check("abc", QString(), 0);
 	}
 
-	void findsWhileTyping()
+	void findsWhileTypingAndWhatIsSelected()
 	{
 		fixture->editor->setPlainText("one two one");
 		fixture->action("findText")->trigger();
@@ -206,6 +201,9 @@ private Q_SLOTS:
 		fixture->find<QToolButton>("clearSearch")->click();
 		QVERIFY(field->text().isEmpty() && fixture->editor->hasFocus());
 		QVERIFY(!fixture->editor->property("searchMatch").toBool());
+		fixture->select(4, 7);
+		QTest::keyClick(fixture->editor, Qt::Key_F, Qt::ControlModifier);
+		QCOMPARE(field->text(), "two");
 	}
 
 	void stepsAndWraps()
@@ -228,14 +226,6 @@ private Q_SLOTS:
 		QTest::keyClicks(fixture->editor, " a");
 		QTRY_COMPARE(count(), "0/4");
 		QCOMPARE(fixture->editor->textCursor().position(), 11);
-	}
-
-	void aSelectionIsSearchedFor()
-	{
-		fixture->editor->setPlainText("needle\nhay");
-		fixture->select(0, 6);
-		QTest::keyClick(fixture->editor, Qt::Key_F, Qt::ControlModifier);
-		QCOMPARE(field->text(), "needle");
 	}
 
 	void goToInputs()
