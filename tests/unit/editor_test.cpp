@@ -304,11 +304,13 @@ private Q_SLOTS:
 		}
 	}
 
-	void anEmptyNoteTypesWithTheLineHeightOfNotes()
+	void aNoteTypesWithItsOwnLook()
 	{
 		ShownEditor editor;
 		for (const char *html : {"<p>x</p>", ""}) {
+			editor.setFontWeight(QFont::Bold);
 			editor.loadHtml(html);
+			QCOMPARE(editor.fontWeight(), int(QFont::Normal));
 			QCOMPARE(editor.document()->firstBlock().blockFormat().lineHeight(), 140.0);
 			QVERIFY(!editor.document()->isUndoAvailable());
 			QVERIFY(editor.document()->isUndoRedoEnabled());
