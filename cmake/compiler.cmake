@@ -21,9 +21,9 @@ endif()
 if(QUILLBAY_SANITIZE)
   target_compile_options(
     quillbay_options
-    INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer
+    INTERFACE -fsanitize=${QUILLBAY_SANITIZE} -fno-sanitize-recover=undefined -fno-omit-frame-pointer
   )
-  target_link_options(quillbay_options INTERFACE -fsanitize=address,undefined)
+  target_link_options(quillbay_options INTERFACE -fsanitize=${QUILLBAY_SANITIZE})
 endif()
 
 if(QUILLBAY_FUZZ)

@@ -10,7 +10,7 @@
 
 namespace quillbay::test {
 
-#ifdef __SANITIZE_ADDRESS__
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 /// How much slower than usual everything may be in this build.
 inline constexpr int kSlowness = 10;
 #else
