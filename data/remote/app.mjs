@@ -4,7 +4,7 @@
 
 /**
  * The page: the session with the host, editing under its lease, import and export, the reading tools and the search.
- * Each part owns its state and its controls; `client` is what they share.
+ * Each room owns its state and its controls; `client` is what they share.
  */
 
 import { button, input, labelControls, setLabels } from './app/page.mjs';

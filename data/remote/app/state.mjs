@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // @ts-check
 
-// What the parts of the page share: their state, and the asking of the host.
+// What the rooms of the page share: their state, and the asking of the host.
 
 import { Failure } from '../protocol.mjs';
 
@@ -55,7 +55,10 @@ export const client = {
 	savedSequence: 0,
 	/** A local draft differs from the host's document and waits for its user's decision. */
 	draftProblem: false,
-	/** What the page says of a problem, and whether that outlives the loading of a document. @type {{key: string, isLasting: boolean} | null} */
+	/**
+	 * What the page says of a problem, and whether that outlives the loading of a document.
+	 * @type {{key: string, isLasting: boolean} | null}
+	 */
 	notice: null,
 };
 
