@@ -185,7 +185,7 @@ stage_web() {
 	if ((${#files[@]} == 0)); then
 		web_check lint "$tools/eslint" --config tests/web/eslint.config.mjs data/remote tests/web bench/web
 		web_check format "$tools/prettier" --config tests/web/.prettierrc.json --check \
-			'data/remote/*.mjs' 'tests/web/*.mjs' 'bench/web/*.mjs'
+			'data/remote/**/*.mjs' 'tests/web/*.mjs' 'bench/web/*.mjs'
 		web_check types "$tools/tsc" --project tests/web
 		mapfile -t files < <(cd "$REPO/tests/web" && printf '%s\n' *.test.mjs)
 	fi

@@ -3,11 +3,13 @@
 
 // Chromium with the web client's modules.
 
-import { basename } from 'node:path';
-import { fileURLToPath } from 'node:url';
+import { execFileSync } from 'node:child_process';
+import { mkdtempSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
 import { chromium } from 'playwright-core';
 
-const client = fileURLToPath(new URL('../../data/remote/', import.meta.url));
+const repository = join(import.meta.dirname, '../..');
 const frame = `<!doctype html><meta charset="utf-8"><style>
 	body { margin: 0; font: 16px/1.5 sans-serif }
 	#document { height: 600px; overflow: auto; overflow-wrap: break-word }
@@ -18,10 +20,10 @@ const frame = `<!doctype html><meta charset="utf-8"><style>
 	Object.assign(window, { note, root: document.getElementById('document') });
 </script>`;
 
-/** Answers a request with the client's files. */
-function respond(route) {
-	const name = basename(new URL(route.request().url()).pathname);
-	return route.fulfill(name ? { path: client + name } : { body: frame, contentType: 'text/html' });
+/** Joins the document module as the build does, so that what is tested is what the host serves. */
+function joinDocument(output) {
+	const names = ['-D', 'ENTRY=data/remote/document.mjs', '-D', `OUTPUT=${output}`];
+	execFileSync('cmake', [...names, '-P', 'cmake/join_modules.cmake'], { cwd: repository, stdio: 'inherit' });
 }
 
 /**
@@ -29,6 +31,11 @@ function respond(route) {
  * `root`, an editable element.
  */
 export async function openBrowser(...options) {
+	const folder = mkdtempSync(join(tmpdir(), 'quillbay-web-'));
+	const path = join(folder, 'document.mjs');
+	joinDocument(path);
+	const respond = (route) =>
+		route.fulfill(route.request().url().endsWith('/') ? { body: frame, contentType: 'text/html' } : { path });
 	const browser = await chromium.launch({
 		executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
 		args: ['--no-sandbox', '--disable-gpu', '--disable-quic', ...options],
@@ -40,5 +47,9 @@ export async function openBrowser(...options) {
 		await opened.waitForFunction('window.note');
 		return opened;
 	};
-	return { page, close: () => browser.close() };
+	const close = async () => {
+		await browser.close();
+		rmSync(folder, { recursive: true });
+	};
+	return { page, close };
 }

@@ -1,0 +1,115 @@
+// SPDX-FileCopyrightText: 2026 The QuillBay developers
+// SPDX-License-Identifier: GPL-2.0-or-later
+// @ts-check
+
+// Drafts: what was typed here and the host does not have yet.
+
+import * as note from '../document.mjs';
+import { article } from './page.mjs';
+import { client, editing, isUnsaved } from './state.mjs';
+import { showNotice } from './notices.mjs';
+import { showCharacters } from './counts.mjs';
+
+/** @import { WebDocument } from '../document/model.mjs' */
+/** @import { Draft, Model } from './state.mjs' */
+
+/** @type {Map<string, Draft>} */
+export const drafts = new Map();
+
+/** @param {string} scene */
+const draftKey = (scene) => `quillbay.draft.${location.host}.${scene}`;
+
+/**
+ * @param {string} scene
+ * @returns {Draft | null}
+ */
+export function readDraft(scene) {
+	let draft = drafts.get(scene) ?? null;
+	try {
+		draft ??= JSON.parse(localStorage.getItem(draftKey(scene)) ?? 'null');
+	} catch {
+		// Unreadable, so nothing that could be offered.
+	}
+	const blocks = draft?.document?.blocks;
+	return Array.isArray(blocks) && blocks.every(isBlock) ? draft : null;
+}
+
+/** Whether a stored value can be shown as a block. @param {any} block */
+function isBlock(block) {
+	const runs = block?.runs ?? [];
+	return (
+		block !== null &&
+		typeof block === 'object' &&
+		Array.isArray(runs) &&
+		runs.every((run) => typeof run?.text === 'string')
+	);
+}
+
+/** Keeps what is on the screen, so that nothing typed is lost. @param {WebDocument} [snapshot] */
+export function storeDraft(snapshot) {
+	const { scene, epoch, revision } = client;
+	clearTimeout(editing.draftTimer);
+	if (!scene) return;
+	const old = client.draftProblem ? readDraft(scene) : null;
+	if (old && !note.withinTextLimits(old.document)) return;
+	const draft = { epoch, revision, document: snapshot ?? note.serialize(article) };
+	drafts.set(scene, draft);
+	editing.draftSequence = client.sequence;
+	showCharacters(note.characterCount(draft.document));
+	try {
+		localStorage.setItem(draftKey(scene), JSON.stringify(draft));
+	} catch {
+		showNotice('RemoteNoDraft', { retry: false, reload: false });
+	}
+}
+
+/** @param {string} scene */
+export function removeDraft(scene) {
+	clearTimeout(editing.draftTimer);
+	drafts.delete(scene);
+	try {
+		localStorage.removeItem(draftKey(scene));
+	} catch {
+		// Nothing was stored.
+	}
+}
+
+/** The scene's draft, unless the host has that text already: a page that was left during its last save. @param {string} id @param {Model} model */
+export function settledDraft(id, model) {
+	const draft = readDraft(id);
+	if (draft && comparable(draft.document) === comparable(model)) {
+		removeDraft(id);
+		return null;
+	}
+	return draft;
+}
+
+/** A text that is equal for documents that show the same, however runs are cut and list groups numbered. @param {WebDocument} content */
+export function comparable(content) {
+	/** @type {Map<number, number>} */
+	const groups = new Map([[0, 0]]);
+	const blocks = content.blocks.map((block) => {
+		const { align = 1, indent = 0, list = 0, listIndent = 1, listGroup = 0, listStart = 1 } = block;
+		if (!groups.has(listGroup)) groups.set(listGroup, groups.size);
+		/** @type {[string, string][]} */
+		const runs = [];
+		for (const { text, ...format } of block.runs ?? []) {
+			const { weight = 400, italic = false, underline = false, strike = false } = format;
+			const { size = 0, family = '', color = '', background = '' } = format;
+			const key = JSON.stringify([weight, italic, underline, strike, size, family, color, background]);
+			const last = runs.at(-1);
+			if (last?.[0] === key) {
+				last[1] += text;
+			} else if (text) {
+				runs.push([key, text]);
+			}
+		}
+		return [align, indent, list, listIndent, groups.get(listGroup), listStart, runs];
+	});
+	return JSON.stringify(blocks);
+}
+
+/** Stores what the host does not have yet. */
+export function keepUnsaved() {
+	if (client.editing && isUnsaved()) storeDraft();
+}
