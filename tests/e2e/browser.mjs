@@ -19,6 +19,8 @@ export const openBrowser = () => chromium.launch({ executablePath: '/usr/bin/chr
 export class Visitor {
 	/** What the browser complained of. */
 	complaints = [];
+	/** The host's answers are lost on the way. */
+	isDeaf = false;
 	/** The connections to the host, and whether there can be any. */
 	#sockets = [];
 	#isCut = false;
@@ -43,10 +45,11 @@ export class Visitor {
 
 	#connect(socket) {
 		if (this.#isCut) {
-			return socket.close();
+			socket.close();
+			return;
 		}
 		this.#sockets.push(socket);
-		return socket.connectToServer();
+		socket.connectToServer().onMessage((message) => this.isDeaf || socket.send(message));
 	}
 
 	/** Takes the network away, and gives it back. */

@@ -161,6 +161,18 @@ test('neither a cut connection nor a page that is left nor a scene that is gone 
 	await page.click('#retry', { timeout: 1000 }).catch(() => {});
 	await noteIs('before typed without a network!');
 	await page.keyboard.press('Escape');
+	await visitor.sees('#owner', text('RemoteClickEdit'));
+	await visitor.edit(1, ' Saved,');
+	visitor.isDeaf = true;
+	await noteIs('before typed without a network! Saved,');
+	await visitor.type(' its answer lost');
+	await page.waitForSelector('#retry:visible');
+	visitor.isDeaf = false;
+	await visitor.sees('#owner', text('RemoteClickEdit'), 20_000);
+	await page.click('#retry');
+	await noteIs('before typed without a network! Saved, its answer lost');
+	await visitor.sees('#owner', text('RemoteSaved'));
+	await page.keyboard.press('Escape');
 	await studio.addScene('Gone');
 	await studio.show('Gone');
 	await visitor.sees('#document', /^\s*$/);

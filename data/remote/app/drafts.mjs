@@ -74,12 +74,23 @@ export function removeDraft(scene) {
 	}
 }
 
-/** The scene's draft, unless the host has that text already: a page that was left during its last save. @param {string} id @param {Model} model */
+/**
+ * The scene's draft, unless the host has that text already: a page that was left during its last save. Where the host
+ * has what this page sent last, only the answer was lost, and the draft goes on from there.
+ * @param {string} id
+ * @param {Model} model
+ */
 export function settledDraft(id, model) {
 	const draft = readDraft(id);
-	if (draft && comparable(draft.document) === comparable(model)) {
+	if (!draft) return null;
+	const saved = comparable(model);
+	if (comparable(draft.document) === saved) {
 		removeDraft(id);
 		return null;
+	}
+	const { sent } = editing;
+	if (sent?.scene === id && comparable(sent.document) === saved) {
+		Object.assign(draft, { epoch: model.epoch, revision: model.revision });
 	}
 	return draft;
 }

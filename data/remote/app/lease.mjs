@@ -45,15 +45,16 @@ export async function beginEdit(resumes = false, point) {
 		}
 		takeLease(model, resumes, point);
 	} catch (error) {
-		isStale = codeOf(error) === 'conflict' && !resumes;
+		isStale = codeOf(error) === 'conflict';
 		if (!isStale) showFailure(error);
 	} finally {
 		client.acquiring = false;
 		updateControls();
 	}
 	if (isStale) {
-		// The note has changed a moment ago and nothing was typed here: show it as it is now.
+		// The note has changed a moment ago: show it as it is now, or go on if the change was a save of this page.
 		await attempt(() => load(scene));
+		if (resumes && client.notice?.key === 'RemoteDraft') await beginEdit(true);
 	}
 }
 

@@ -82,7 +82,7 @@ function ownerText() {
 	if (remoteState.editor) {
 		return `${t('RemoteEditing')} · ${remoteState.editor}`;
 	}
-	return t(client.scene && !model?.editable ? 'RemoteReadOnly' : 'RemoteClickEdit');
+	return t(model?.editable ? 'RemoteClickEdit' : 'RemoteReadOnly');
 }
 
 export function updateStatus() {

@@ -86,6 +86,7 @@ async function saveNow() {
 	}
 	// The answer to a save of an older lease says nothing of the edits since.
 	const isCurrent = () => client.scene === scene && client.epoch === epoch && client.savedSequence < sequence;
+	editing.sent = { scene, document: snapshot };
 	try {
 		const reply = await call('SaveDocument', { scene, epoch, revision, document: snapshot });
 		if (isCurrent()) saved(Number(reply.revision), sequence);

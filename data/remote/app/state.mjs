@@ -70,6 +70,11 @@ export const editing = {
 	isComposing: false,
 	/** The count of edits that the stored draft has. */
 	draftSequence: -1,
+	/**
+	 * What was sent last to be saved: the host may have it though its answer was lost.
+	 * @type {{scene: string, document: WebDocument} | null}
+	 */
+	sent: null,
 	/** Where the caret was when a draft was left, as an offset in the document. */
 	caret: 0,
 };
