@@ -25,7 +25,6 @@ inline constexpr int kMaxWeight = 1000;
 inline constexpr int kNormalWeight = 400;
 inline constexpr double kMaxPointSize = 500;
 inline constexpr qsizetype kMaxFamilyLength = 200;
-inline constexpr int kMaxIndent = 12;
 inline constexpr int kMinListStyle = -8; ///< upper-case roman numerals; 0 means no list
 inline constexpr int kMaxListStart = 10'000;
 

@@ -3,6 +3,8 @@
 
 #include "convert/export_document.hpp"
 
+#include "notes/limits.hpp"
+
 #include <QFont>
 #include <QHash>
 #include <QTextBlock>

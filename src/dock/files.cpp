@@ -14,6 +14,7 @@
 #include "notes/editor_html.hpp"
 #include "notes/limits.hpp"
 #include "notes/note_document.hpp"
+#include "notes/note_file.hpp"
 #include "plugin/text.hpp"
 
 #include <QFile>
@@ -63,7 +64,7 @@ bool isNearLimits(const QString &text)
 QString replaceFile(const QString &path, const QByteArray &bytes)
 {
 	QSaveFile file(path);
-	const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+	const bool isWritten = file.open(QIODevice::WriteOnly) && writeAll(file, bytes) && file.commit();
 	return isWritten ? QString() : file.errorString();
 }
 

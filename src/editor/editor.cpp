@@ -30,7 +30,6 @@ namespace {
 
 constexpr int kMinPointSize = 6;
 constexpr int kMaxPointSize = 144;
-constexpr qreal kLineHeightPercent = 140;
 /// Room for the QR button, in device-independent pixels.
 constexpr int kQrSpace = 28;
 /// Parts of the view with more rows between them are painted each by itself.
@@ -51,7 +50,7 @@ Editor::Editor(QWidget *parent) : QTextEdit(parent)
 {
 	setDocument(new NoteDocument(this));
 	document()->setDefaultFont(font());
-	document()->setDefaultStyleSheet(QStringLiteral("p, li { line-height: 140%; }"));
+	document()->setDefaultStyleSheet(QStringLiteral("p, li { line-height: %1%; }").arg(kLineHeightPercent));
 	loadHtml({});
 	setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
 	// A style sheet would leave the background to the widgets behind, and every scrolled pixel would repaint the
