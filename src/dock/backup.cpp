@@ -273,6 +273,7 @@ void Dock::endRestore()
 		return;
 	}
 	flush(true, true);
+	rememberPosition();
 	const OBSSourceAutoRelease scene = OBSGetStrongRef(currentScene);
 	sceneKey.clear();
 	bindScene(scene);
