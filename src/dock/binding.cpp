@@ -60,8 +60,10 @@ void Dock::bindScene(obs_source_t *scene)
 		QGuiApplication::inputMethod()->commit();
 	}
 	if (!flush(true, true)) {
+		isHeldBack = true;
 		return;
 	}
+	isHeldBack = false;
 	setFormatPainter(false, false);
 	hideGoTo();
 	rememberPosition();

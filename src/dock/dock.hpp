@@ -355,6 +355,8 @@ private:
 	bool unavailable = false;
 	bool restoring = false;
 	bool refreshPending = false;
+	/// The host shows another scene, whose note has to wait until the edit in this one is written.
+	bool isHeldBack = false;
 	bool collectionReady = false;
 	/// Between the host's leaving a collection and its having the next: its scenes come and go, it must not save.
 	bool collectionChanging = false;

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace quillbay {
 
@@ -80,6 +81,9 @@ bool Dock::saveEdit(bool report)
 	saveError->hide();
 	if (report) {
 		showStatus(text("SavedNote"));
+	}
+	if (std::exchange(isHeldBack, false)) {
+		followHost();
 	}
 	return true;
 }
