@@ -54,10 +54,10 @@ private:
 	[[nodiscard]] Element top() const { return stack_.empty() ? Element::Other : stack_.back().element; }
 	[[nodiscard]] bool isHidden() const { return !stack_.empty() && stack_.back().display == Display::None; }
 	[[nodiscard]] bool isInside(Element element) const;
-	void tag();
-	void declaration();
-	void openingTag();
-	void closingTag();
+	void readTag();
+	void skipDeclaration();
+	void readOpeningTag();
+	void readClosingTag();
 	[[nodiscard]] bool isEditorPlace(const Name &name) const;
 	[[nodiscard]] bool isEditorText(QStringView text) const;
 	void truncate(qsizetype depth);
@@ -65,14 +65,14 @@ private:
 	[[nodiscard]] qsizetype depthForParagraph() const;
 	void push(const Name &name, QStringView tag);
 	void pushImplied(QStringView tag);
-	void element(const Tag &tag);
-	void content(const Tag &tag);
-	void picture(bool isFloating);
-	void table(bool isRoot);
-	void row();
-	void cell(const Tag &tag);
-	void listItem();
-	void text(QStringView text);
+	void addElement(const Tag &tag);
+	void addContent(const Tag &tag);
+	void addPicture(bool isFloating);
+	void openTable(bool isRoot);
+	void addRow();
+	void addCell(const Tag &tag);
+	void addListItem();
+	void addText(QStringView text);
 	void addCost(double cost);
 	HtmlShape finish();
 
@@ -100,9 +100,9 @@ HtmlShape Reader::read()
 {
 	isOdd_ = !isWhole_ || !source_.rest().startsWith(kEditorHead);
 	while (isHarmless() && !source_.isAtEnd()) {
-		text(source_.readText());
+		addText(source_.readText());
 		if (!source_.isAtEnd()) {
-			tag();
+			readTag();
 		}
 	}
 	return finish();
@@ -127,21 +127,21 @@ HtmlShape Reader::finish()
 	return shape;
 }
 
-void Reader::tag()
+void Reader::readTag()
 {
 	switch (source_.beginTag()) {
 	case TagReader::Kind::Declaration:
-		declaration();
+		skipDeclaration();
 		break;
 	case TagReader::Kind::Closing:
-		closingTag();
+		readClosingTag();
 		break;
 	case TagReader::Kind::Opening:
-		openingTag();
+		readOpeningTag();
 	}
 }
 
-void Reader::declaration()
+void Reader::skipDeclaration()
 {
 	isOdd_ = !source_.skipDeclaration() || isOdd_;
 	if (isWhole_ && stack_.empty() && !isEditorHtml_) {
@@ -149,7 +149,7 @@ void Reader::declaration()
 	}
 }
 
-void Reader::openingTag()
+void Reader::readOpeningTag()
 {
 	Tag tag = source_.readOpeningTag();
 	const Name name = tag.name;
@@ -162,7 +162,7 @@ void Reader::openingTag()
 	isOdd_ = isOdd_ || !tag.isEditors || !isEditorPlace(name);
 	resolve(name);
 	addCost(css_.addElement(depth(), tag.styled));
-	element(tag);
+	addElement(tag);
 	isAfterVoid_ = tag.isClosed || isEmptyElement(name.element);
 	if (isAfterVoid_ && name.display == Display::Block && !isHidden()) {
 		blocks_.closeBlock();
@@ -173,14 +173,14 @@ void Reader::openingTag()
 	}
 	push(name, tag.text);
 	if (name.element == Element::Table) {
-		table(tag.isRoot);
+		openTable(tag.isRoot);
 	}
 	if (tag.isEmptyParagraph && !source_.skipFiller()) {
 		isBounded_ = false; // Qt would skip more than this paragraph
 	}
 }
 
-void Reader::closingTag()
+void Reader::readClosingTag()
 {
 	if (isAfterVoid_) {
 		blocks_.endSureText();
@@ -260,12 +260,12 @@ void Reader::resolve(const Name &name)
 {
 	if (name.element == Element::Td && !isInside(Element::Tr)) {
 		resolve(lookUp(u"tr"));
-		row();
+		addRow();
 		pushImplied(u"tr");
 	}
 	if (name.element == Element::Tr && !isInside(Element::Table)) {
 		pushImplied(u"table");
-		table(false);
+		openTable(false);
 	}
 	qsizetype parent = name.element == Element::P ? depthForParagraph() : depth();
 	const bool isNotSelfNesting = name.element == Element::P || name.element == Element::Li;
@@ -304,7 +304,7 @@ void Reader::pushImplied(QStringView tag)
 }
 
 // What an element adds to the document by itself.
-void Reader::element(const Tag &tag)
+void Reader::addElement(const Tag &tag)
 {
 	const Name &name = tag.name;
 	addCost(tables_.nestingFactor() * kNestedElementCost);
@@ -319,24 +319,24 @@ void Reader::element(const Tag &tag)
 		blocks_.touch();
 	}
 	const qint64 blocksBefore = blocks_.blocks();
-	content(tag);
+	addContent(tag);
 	addCost(tables_.nestingFactor() * kNestedBlockCost * double(blocks_.blocks() - blocksBefore));
 }
 
-void Reader::content(const Tag &tag)
+void Reader::addContent(const Tag &tag)
 {
 	switch (tag.name.element) {
 	case Element::Body:
 		blocks_.openBody();
 		break;
 	case Element::Img:
-		picture(tag.isFloating);
+		addPicture(tag.isFloating);
 		break;
 	case Element::Br:
 		blocks_.addObject();
 		break;
 	case Element::Li:
-		listItem();
+		addListItem();
 		break;
 	case Element::List:
 		blocks_.closeBlock();
@@ -346,11 +346,11 @@ void Reader::content(const Tag &tag)
 		blocks_.addBlock();
 		break;
 	case Element::Tr:
-		row();
+		addRow();
 		break;
 	case Element::Td:
 	case Element::Th:
-		cell(tag);
+		addCell(tag);
 		break;
 	case Element::Table:
 		floats_ += tag.isFloating || css_.hasFloatRules() ? 1 : 0;
@@ -362,7 +362,7 @@ void Reader::content(const Tag &tag)
 	}
 }
 
-void Reader::picture(bool isFloating)
+void Reader::addPicture(bool isFloating)
 {
 	++images_;
 	floats_ += isFloating ? 1 : 0;
@@ -370,7 +370,7 @@ void Reader::picture(bool isFloating)
 	blocks_.addObject();
 }
 
-void Reader::table(bool isRoot)
+void Reader::openTable(bool isRoot)
 {
 	isBounded_ = false;
 	if (isRoot && !hasRootTable_) {
@@ -380,13 +380,13 @@ void Reader::table(bool isRoot)
 	tables_.open(depth() - 1);
 }
 
-void Reader::row()
+void Reader::addRow()
 {
 	isBounded_ = false;
 	tables_.addRow();
 }
 
-void Reader::cell(const Tag &tag)
+void Reader::addCell(const Tag &tag)
 {
 	isBounded_ = false;
 	const double cells = double(tables_.addCell(tag.columnSpan, tag.rowSpan));
@@ -394,7 +394,7 @@ void Reader::cell(const Tag &tag)
 }
 
 // Qt walks a whole list for every item that it gets.
-void Reader::listItem()
+void Reader::addListItem()
 {
 	const auto isList = [](const Open &open) { return open.element == Element::List; };
 	const auto list = std::find_if(stack_.rbegin(), stack_.rend(), isList);
@@ -404,7 +404,7 @@ void Reader::listItem()
 	blocks_.addBlock();
 }
 
-void Reader::text(QStringView text)
+void Reader::addText(QStringView text)
 {
 	sourceText_ += text.size();
 	isCheap_ = isCheap_ && sourceText_ <= kMaxSourceText;
