@@ -42,6 +42,9 @@ QJsonObject exportWritten(const QTextDocument &document);
 /// The font's family as a run names it: the first one, or none.
 QString familyOf(const QTextCharFormat &format);
 
+/// Whether a run can name the colour: one without transparency or pattern, or none at all.
+bool isPlainColor(const QBrush &brush);
+
 /// Whether a run may hold this text: whole characters only, and none that stands for a paragraph's end or an object.
 bool isRunText(QStringView text);
 

@@ -215,6 +215,9 @@ private:
 	void updateControlLayout();
 	void updateSceneStyle();
 
+	// Status (status.cpp)
+	[[nodiscard]] QString readingPercent() const;
+
 	// Teleprompter (teleprompter.cpp)
 	void beginScroll();
 	void scrollFrame();

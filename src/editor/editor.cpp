@@ -28,8 +28,6 @@ namespace quillbay {
 
 namespace {
 
-constexpr int kMinPointSize = 6;
-constexpr int kMaxPointSize = 144;
 /// Room for the QR button, in device-independent pixels.
 constexpr int kQrSpace = 28;
 /// Parts of the view with more rows between them are painted each by itself.
@@ -327,7 +325,7 @@ void Editor::takeStep(void (QTextEdit::*step)())
 void Editor::resizeText(int steps)
 {
 	const auto resized = [steps](qreal points) {
-		return std::clamp<qreal>(points + steps, kMinPointSize, kMaxPointSize);
+		return std::clamp<qreal>(points + steps, kMinFontSize, kMaxFontSize);
 	};
 	const QFont base = document()->defaultFont();
 	const auto pointSize = [this, &base](const QFont &own) {

@@ -10,6 +10,9 @@
 
 namespace quillbay {
 
+/// Points that a user can make text as small, or as large, as.
+inline constexpr int kMinFontSize = 6;
+inline constexpr int kMaxFontSize = 144;
 /// Height of a line of new text, in percent of what its font needs.
 inline constexpr int kLineHeightPercent = 140;
 
