@@ -31,6 +31,7 @@ struct ZipLimits {
 /// out of a folder. Takes memory for one file, never more than the limits allow. Any thread.
 class ZipReader {
 public:
+	/// What `next` has come to.
 	enum class Step { File, End, Invalid };
 
 	/// `device` is open for reading at random; it stays the caller's and must outlive the reader. The name of each

@@ -14,9 +14,10 @@ struct z_stream_s;
 namespace quillbay {
 
 /// Writes a ZIP archive of deflated files: no folders, no times, no encryption, no ZIP64. The same files always make
-/// the same bytes.
+/// the same bytes. Any thread.
 class ZipWriter {
 public:
+	/// What became of a file.
 	enum class Result { Written, NotCompressed, NotWritten };
 
 	/// Writes from the device's start; the device stays the caller's and must outlive the writer.

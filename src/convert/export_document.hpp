@@ -25,7 +25,6 @@ inline constexpr int kMaxWeight = 1000;
 inline constexpr int kNormalWeight = 400;
 inline constexpr double kMaxPointSize = 500;
 inline constexpr qsizetype kMaxFamilyLength = 200;
-inline constexpr int kMaxIndent = 12;
 inline constexpr int kMinListStyle = -8; ///< upper-case roman numerals; 0 means no list
 inline constexpr int kMaxListStart = 10'000;
 
@@ -42,6 +41,9 @@ QJsonObject exportWritten(const QTextDocument &document);
 
 /// The font's family as a run names it: the first one, or none.
 QString familyOf(const QTextCharFormat &format);
+
+/// Whether a run can name the colour: one without transparency or pattern, or none at all.
+bool isPlainColor(const QBrush &brush);
 
 /// Whether a run may hold this text: whole characters only, and none that stands for a paragraph's end or an object.
 bool isRunText(QStringView text);

@@ -20,7 +20,7 @@ namespace quillbay {
 namespace {
 
 /// Paragraphs on either side that are parsed with those that change: Qt reads a document's first one in its own way.
-constexpr qsizetype kNeighbors = 2;
+constexpr qsizetype kNeighbours = 2;
 /// More paragraphs are loaded quicker with the whole note than changed one by one.
 constexpr qsizetype kMaxPatched = 1000;
 
@@ -171,12 +171,12 @@ bool patchDocument(QTextDocument &shown, const QString &before, const QString &a
 	if (!change || shown.blockCount() != from.slices.count()) {
 		return false;
 	}
-	qsizetype first = std::max<qsizetype>(0, change->first - kNeighbors);
+	qsizetype first = std::max<qsizetype>(0, change->first - kNeighbours);
 	while (!from.slices.standsAlone(first)) {
 		--first;
 	}
 	const qsizetype grown = change->newEnd - change->oldEnd;
-	qsizetype end = std::min(from.slices.count(), change->oldEnd + kNeighbors);
+	qsizetype end = std::min(from.slices.count(), change->oldEnd + kNeighbours);
 	while (end < from.slices.count() && !(from.slices.standsAlone(end) && to.slices.standsAlone(end + grown))) {
 		++end;
 	}

@@ -26,10 +26,6 @@ constexpr double kPointsPerPixel = 0.75;
 constexpr qsizetype kMaxHead = 4096; // what Qt writes before a note's text is far shorter
 constexpr int kAlignments = Qt::AlignLeft | Qt::AlignRight | Qt::AlignHCenter | Qt::AlignJustify;
 
-// Characters that QTextCursor::insertText makes a paragraph's end of, though Unicode has no meaning for them.
-constexpr char16_t kBeginningOfFrame = 0xfdd0;
-constexpr char16_t kEndOfFrame = 0xfdd1;
-
 // The font that Qt writes into the body, which is the default one of the document that it wrote.
 QFont writtenFont(const QString &html, const QFont &otherwise)
 {
@@ -42,11 +38,6 @@ QFont writtenFont(const QString &html, const QFont &otherwise)
 	const auto sample = NoteDocument::makeScratch();
 	sample->setHtml(head.sliced(body, end + 1 - body).toString() + QLatin1StringView("x</body>"));
 	return sample->begin().begin().fragment().charFormat().font().resolve(otherwise);
-}
-
-bool isPlain(const QBrush &brush)
-{
-	return brush.style() == Qt::NoBrush || (brush.style() == Qt::SolidPattern && brush.color().alpha() == 255);
 }
 
 QString colorName(const QBrush &brush, bool resolved)
@@ -73,8 +64,8 @@ bool isEditable(const QTextCharFormat &format)
 	const int weight = weightOf(format);
 	return format.objectType() == QTextFormat::NoObject && !format.isAnchor() &&
 	       !format.hasProperty(QTextFormat::FontPixelSize) &&
-	       format.verticalAlignment() == QTextCharFormat::AlignNormal && isPlain(format.foreground()) &&
-	       isPlain(format.background()) && weight >= kMinWeight && weight <= kMaxWeight && size >= 0 &&
+	       format.verticalAlignment() == QTextCharFormat::AlignNormal && isPlainColor(format.foreground()) &&
+	       isPlainColor(format.background()) && weight >= kMinWeight && weight <= kMaxWeight && size >= 0 &&
 	       size <= kMaxPointSize && familyOf(format).size() <= kMaxFamilyLength;
 }
 
@@ -241,6 +232,11 @@ QJsonObject exportDocument(const QTextDocument &document, bool resolved, int lis
 	return Exporter(document, resolved, listsBefore, inherited).result();
 }
 
+bool isPlainColor(const QBrush &brush)
+{
+	return brush.style() == Qt::NoBrush || (brush.style() == Qt::SolidPattern && brush.color().alpha() == 255);
+}
+
 QString familyOf(const QTextCharFormat &format)
 {
 	return format.fontFamilies().toStringList().value(0);
@@ -256,18 +252,7 @@ bool isRunText(QStringView text)
 		return true;
 	}
 	const bool isForbidden = std::ranges::any_of(text, [](QChar character) {
-		switch (character.unicode()) {
-		case u'\0':
-		case u'\n':
-		case u'\r':
-		case QChar::ParagraphSeparator:
-		case QChar::ObjectReplacementCharacter:
-		case kBeginningOfFrame:
-		case kEndOfFrame:
-			return true;
-		default:
-			return false;
-		}
+		return character.isNull() || character == QChar::ObjectReplacementCharacter || isBlockBreak(character);
 	});
 	return !isForbidden && text.isValidUtf16();
 }

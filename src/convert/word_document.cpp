@@ -5,6 +5,7 @@
 
 #include "convert/word_styles.hpp"
 #include "convert/word_xml.hpp"
+#include "notes/editor_html.hpp"
 #include "notes/limits.hpp"
 #include "notes/note_document.hpp"
 #include "plugin/text.hpp"
@@ -26,12 +27,6 @@ const QString kDefaultStyle = QStringLiteral("Normal");
 
 // Qt walks a whole list for every item that it gets: a longer one goes on in a list that counts on from there.
 constexpr int kMaxListItems = 1'000;
-
-// What makes Qt begin a paragraph inside inserted text (QTextCursor::insertText).
-bool isBlockBreak(QChar c)
-{
-	return c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator || c == QChar(0xfdd0) || c == QChar(0xfdd1);
-}
 
 // Builds the note in a document of its own while the main part is read.
 class Builder {

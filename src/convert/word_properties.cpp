@@ -3,6 +3,7 @@
 
 #include "convert/word_properties.hpp"
 
+#include "convert/export_document.hpp"
 #include "convert/word_xml.hpp"
 
 #include <QBrush>
@@ -17,11 +18,9 @@ namespace quillbay::word {
 
 namespace {
 
-// Points.
-constexpr double kMinSize = 1;
-constexpr double kMaxSize = 500;
+constexpr double kMinPointSize = 1;
 // Twice what systems take as a family's name. Every run of a note repeats its family.
-constexpr qsizetype kMaxFamilyLength = 64;
+constexpr qsizetype kLongestFamily = 64;
 
 struct NamedColor {
 	QLatin1StringView name;
@@ -46,7 +45,7 @@ void setSize(const QString &halfPoints, QTextCharFormat &format)
 {
 	bool isNumber = false;
 	const double size = halfPoints.toDouble(&isNumber) / 2;
-	if (isNumber && size >= kMinSize && size <= kMaxSize) {
+	if (isNumber && size >= kMinPointSize && size <= kMaxPointSize) {
 		format.setFontPointSize(size);
 	}
 }
@@ -56,7 +55,7 @@ void setFamily(const QXmlStreamReader &reader, QTextCharFormat &format)
 	for (const char *script : {"eastAsia", "ascii", "hAnsi"}) {
 		const QString family = attr(reader, script);
 		if (!family.isEmpty()) {
-			if (family.size() <= kMaxFamilyLength) {
+			if (family.size() <= kLongestFamily) {
 				format.setFontFamilies({family});
 			}
 			return;

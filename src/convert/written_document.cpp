@@ -3,6 +3,8 @@
 
 #include "convert/export_document.hpp"
 
+#include "notes/limits.hpp"
+
 #include <QFont>
 #include <QHash>
 #include <QTextBlock>
@@ -53,11 +55,6 @@ bool arePlainFamilies(const QStringList &families)
 	});
 }
 
-bool isPlainColor(const QBrush &brush)
-{
-	return brush.style() == Qt::NoBrush || (brush.style() == Qt::SolidPattern && brush.color().alpha() == 255);
-}
-
 // Whether HTML keeps the values of the format, which says all that a run does.
 bool isPlain(const QTextCharFormat &format)
 {
@@ -101,7 +98,7 @@ public:
 		qsizetype before = -1;
 		for (auto at = block.begin(); !at.atEnd(); ++at) {
 			const qsizetype look = lookOf(at.fragment());
-			// Neighbors that look the same might become one.
+			// Neighbours that look the same might become one.
 			if (look < 0 || look == before || !isPlainString(at.fragment().text())) {
 				return false;
 			}

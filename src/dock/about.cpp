@@ -4,8 +4,10 @@
 #include "dock/about.hpp"
 
 #include "dock/message.hpp"
+#include "dock/scenes.hpp"
 #include "dock/style.hpp"
 
+#include "notes/note_store.hpp"
 #include "plugin/text.hpp"
 
 #include <QComboBox>
@@ -47,8 +49,8 @@ QListWidget *makeSceneList(const QSet<QString> &chosen, QWidget *parent)
 	list->setStyleSheet(QStringLiteral("QListView::indicator:unchecked { border: 1px solid %1; }")
 				    .arg(mutedColor(list->palette()).name()));
 	for (const OBSSource &scene : collectionScenes()) {
-		const QString id = QString::fromUtf8(obs_source_get_uuid(scene));
-		auto *row = new QListWidgetItem(QString::fromUtf8(obs_source_get_name(scene)), list);
+		const QString id = sceneUuid(scene);
+		auto *row = new QListWidgetItem(sceneName(scene), list);
 		row->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable);
 		row->setData(Qt::UserRole, id);
 		row->setCheckState(chosen.contains(id) ? Qt::Checked : Qt::Unchecked);

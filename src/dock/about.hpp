@@ -17,6 +17,7 @@ class QSpinBox;
 namespace quillbay {
 
 /// What the module is, which keys it knows, and which notes empty themselves. Nothing changes before OK.
+/// User-interface thread only.
 class AboutDialog : public QDialog {
 	Q_OBJECT
 

@@ -6,6 +6,7 @@
 #include "dock/auto_clear.hpp"
 
 #include "dock/dock.hpp"
+#include "dock/scenes.hpp"
 
 #include "plugin/text.hpp"
 #include "remote/remote.hpp"
@@ -35,19 +36,6 @@ void setAutoClear(const AutoClear &choice, QSettings &settings)
 	settings.setValue(kDaysKey, choice.days);
 	settings.setValue(kAllKey, choice.isAll);
 	settings.setValue(kScenesKey, QStringList(choice.scenes.cbegin(), choice.scenes.cend()));
-}
-
-bool isOnAir(const obs_source_t *scene)
-{
-	const OBSSourceAutoRelease program = obs_frontend_get_current_scene();
-	if (scene == program) {
-		return true;
-	}
-	if (!obs_frontend_preview_program_mode_active()) {
-		return false;
-	}
-	const OBSSourceAutoRelease preview = obs_frontend_get_current_preview_scene();
-	return scene == preview;
 }
 
 } // namespace
@@ -82,18 +70,6 @@ bool writeAutoClear(const AutoClear &choice, QSettings &settings)
 QDateTime autoClearCutoff(const QDateTime &now, int days)
 {
 	return now.toUTC().addDays(-days);
-}
-
-std::vector<OBSSource> collectionScenes()
-{
-	std::vector<OBSSource> scenes;
-	obs_frontend_source_list list = {};
-	obs_frontend_get_scenes(&list);
-	for (std::size_t i = 0; i < list.sources.num; ++i) {
-		scenes.emplace_back(list.sources.array[i]);
-	}
-	obs_frontend_source_list_free(&list);
-	return scenes;
 }
 
 void Dock::prepareAutoClear()
@@ -161,7 +137,7 @@ void Dock::clearExpiredNotes()
 
 bool Dock::mayClear(obs_source_t *scene) const
 {
-	const QString key = QString::fromUtf8(obs_source_get_uuid(scene));
+	const QString key = sceneUuid(scene);
 	return !obs_source_removed(scene) && autoClearChoice().isChosen(key) && key != sceneKey &&
 	       !remote->sceneInUse(key) && !isOnAir(scene);
 }
@@ -172,13 +148,13 @@ void Dock::clearIfExpired(obs_source_t *scene)
 	if (!noteStore.clearExpired(scene, autoClearCutoff(QDateTime::currentDateTimeUtc(), autoClearDays), &error)) {
 		if (!error.isEmpty()) {
 			showSaveError(error);
-			showStatus(text("AutoClearFailed").arg(QString::fromUtf8(obs_source_get_name(scene))));
+			showStatus(text("AutoClearFailed").arg(sceneName(scene)));
 		}
 		return;
 	}
 	// Its file may have moved to a new name.
 	rememberPath(scene);
-	remote->noteChanged(QString::fromUtf8(obs_source_get_uuid(scene)));
+	remote->noteChanged(sceneUuid(scene));
 	if (noteStore.takeReferenceChanges()) {
 		obs_frontend_save();
 	}

@@ -7,10 +7,6 @@
 #include <QSet>
 #include <QString>
 
-#include <vector>
-
-#include <obs.hpp>
-
 class QSettings;
 
 namespace quillbay {
@@ -41,8 +37,5 @@ bool writeAutoClear(const AutoClear &choice, QSettings &settings);
 /// A note that was last written then, or earlier, has been left alone for so many days. UTC: days have 24 hours,
 /// wherever the machine is.
 QDateTime autoClearCutoff(const QDateTime &now, int days);
-
-/// The scenes of the host's current collection, in the host's order. User-interface thread only.
-std::vector<OBSSource> collectionScenes();
 
 } // namespace quillbay

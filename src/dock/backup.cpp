@@ -106,7 +106,7 @@ QStringList Dock::boundNoteFile(QString &stem)
 		return {};
 	}
 	rememberPath(scene);
-	stem = noteName(QString::fromUtf8(obs_source_get_name(scene)));
+	stem = noteName(sceneName(scene));
 	return flush(true, true) ? QStringList(noteStore.filePath(scene)) : QStringList();
 }
 
@@ -273,6 +273,7 @@ void Dock::endRestore()
 		return;
 	}
 	flush(true, true);
+	rememberPosition();
 	const OBSSourceAutoRelease scene = OBSGetStrongRef(currentScene);
 	sceneKey.clear();
 	bindScene(scene);

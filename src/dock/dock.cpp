@@ -5,7 +5,6 @@
 
 #include "dock/dock.hpp"
 #include "dock/focus_ring.hpp"
-#include "dock/message.hpp"
 #include "dock/reading_band.hpp"
 #include "dock/speed.hpp"
 #include "dock/style.hpp"
@@ -411,12 +410,6 @@ void Dock::connectTeleprompter()
 			pauseScroll();
 		}
 	});
-}
-
-void Dock::setSceneLabel(const QString &name)
-{
-	sceneLabel->setText(name);
-	sceneLabel->setToolTip(plainToolTip(name));
 }
 
 } // namespace quillbay

@@ -68,18 +68,28 @@ public:
 	void bindScene(obs_source_t *scene);
 	/// Binds the scene that the host shows: the preview scene in studio mode, else the current scene.
 	void refreshScene();
+	/// A scene has a new name: its note moves along.
+	void sceneRenamed(obs_source_t *scene);
+	/// Every front-end event but the exit goes here.
+	void frontendEvent(obs_frontend_event event);
+	/// Keeps the bound scene's scroll position for when it is shown again.
+	void rememberPosition();
+	/// Writes the reading positions and brings the settings file up to date.
+	void savePreferences();
+
+	// Saving (saving.cpp)
+
 	/// Writes a pending edit now, then, with `requestHostSave`, lets the host save changed scene records.
 	/// With `report` the outcome is shown. False when an edit is still pending.
 	bool flush(bool requestHostSave, bool report);
 	/// The HTML of a scene's note as the user sees it: with the unsaved edit when it is the open one.
 	/// `writer` is set to the document that would write the very same HTML now, or to null.
 	QString readHtml(obs_source_t *scene, QString *error = nullptr, const QTextDocument **writer = nullptr) const;
-	/// Keeps the bound scene's scroll position for when it is shown again.
-	void rememberPosition();
-	/// A scene has a new name: its note moves along.
-	void sceneRenamed(obs_source_t *scene);
-	/// Every front-end event but the exit goes here.
-	void frontendEvent(obs_frontend_event event);
+	/// Saves, stops all work and ignores commands from now on. Later calls do nothing.
+	void shutdown();
+
+	// Who may edit (access.cpp)
+
 	/// Enters or leaves read mode.
 	void setLocked(bool isLocked);
 	/// A remote device has taken or given back the right to edit.
@@ -88,8 +98,6 @@ public:
 	void setRemoteAvailable(bool isAvailable);
 	/// Stores a note that was edited remotely. False when it could not be written.
 	bool applyRemoteHtml(obs_source_t *scene, const QString &html);
-	/// Saves, stops all work and ignores commands from now on. Later calls do nothing.
-	void shutdown();
 
 	// Status (status.cpp)
 
@@ -156,11 +164,6 @@ public:
 	/// Looks at the next scene of the pass, empties its note if that is due, and sees to it that the pass goes on.
 	void clearExpiredNotes();
 
-	// Preferences (dock.cpp)
-
-	/// Writes the reading positions and brings the settings file up to date.
-	void savePreferences();
-
 	// Meeting points
 
 	[[nodiscard]] NoteStore &store() { return noteStore; }
@@ -212,6 +215,9 @@ private:
 	void updateControlLayout();
 	void updateSceneStyle();
 
+	// Status (status.cpp)
+	[[nodiscard]] QString readingPercent() const;
+
 	// Teleprompter (teleprompter.cpp)
 	void beginScroll();
 	void scrollFrame();
@@ -243,12 +249,14 @@ private:
 	bool clearColorPreview();
 	void setFormatPainter(bool on, bool continuous);
 	void paintSelection();
-	void insertTime();
 	void insertMark();
 	[[nodiscard]] bool removeMarkBeforeCaret();
 	void removeMark(QTextCursor mark);
 	void updateMarkFormat();
 	void updateEditorActions();
+
+	// Commands (commands.cpp)
+	void insertTime();
 
 	// Search and go-to (search.cpp)
 	void createSearchField();
@@ -312,19 +320,25 @@ private:
 	void continueSameScene(obs_source_t *scene);
 	[[nodiscard]] QString loadNote(obs_source_t *scene, QString &error);
 	void showLoadedNote(obs_source_t *scene, const QString &html, const QString &error);
-	void showRemoteHtml(const QString &before, const QString &html);
+	void setSceneLabel(const QString &name);
 	void showHtml(const QString &html, int position);
 	void rememberTarget(obs_source_t *scene);
 	void rememberPath(obs_source_t *scene);
-	[[nodiscard]] bool writeOpenNote(QString &error);
-	[[nodiscard]] bool writeDetachedNote(QString &error);
-	void noteEdited();
-	void updateReadOnly();
-	void updateReadAction();
-	void setSceneLabel(const QString &name);
 	[[nodiscard]] int storedPosition() const;
 	void scrollTo(int position);
 	void layoutWholeNote();
+
+	// Saving (saving.cpp)
+	void noteEdited();
+	[[nodiscard]] bool saveEdit(bool report);
+	[[nodiscard]] bool writeOpenNote(QString &error);
+	[[nodiscard]] bool writeDetachedNote(QString &error);
+	void followHost();
+
+	// Who may edit (access.cpp)
+	void updateReadOnly();
+	void updateReadAction();
+	void showRemoteHtml(const QString &before, const QString &html);
 
 	QSettings settings;
 	NoteStore noteStore;
@@ -344,6 +358,8 @@ private:
 	bool unavailable = false;
 	bool restoring = false;
 	bool refreshPending = false;
+	/// The host shows another scene, whose note has to wait until the edit in this one is written.
+	bool isHeldBack = false;
 	bool collectionReady = false;
 	/// Between the host's leaving a collection and its having the next: its scenes come and go, it must not save.
 	bool collectionChanging = false;

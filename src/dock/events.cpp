@@ -265,13 +265,6 @@ void Dock::keepPlace()
 	QMetaObject::invokeMethod(this, restore, Qt::QueuedConnection);
 }
 
-void Dock::setRemoteAvailable(bool isAvailable)
-{
-	remoteQrButton->setVisible(isAvailable);
-	editor->setQrSpace(isAvailable);
-	placeQrButton();
-}
-
 void Dock::placeQrButton()
 {
 	const QWidget *viewport = editor->viewport();

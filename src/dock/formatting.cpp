@@ -7,6 +7,7 @@
 #include "dock/marks.hpp"
 
 #include "editor/editor.hpp"
+#include "notes/limits.hpp"
 #include "plugin/text.hpp"
 
 #include <QAction>
@@ -26,8 +27,6 @@ namespace quillbay {
 
 namespace {
 
-constexpr int kMaxIndent = 12;
-constexpr qreal kLineHeightPercent = 140;
 /// A mark with brackets; a lone "◆" is shorter.
 constexpr int kBracketedMarkLength = 3;
 

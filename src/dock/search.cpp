@@ -287,8 +287,7 @@ void Dock::showGoTo(bool percent)
 	place.moveRight(std::min(place.right(), rect().right()));
 	place.moveTopLeft({std::max(place.left(), 0), std::max(place.top(), 0)});
 	goToInput->setGeometry(place);
-	goToInput->setText(percent ? QString::number(std::lround(scrollProgress() * 100)) + u'%'
-				   : QString::number(editor->textCursor().blockNumber() + 1));
+	goToInput->setText(percent ? readingPercent() : QString::number(editor->textCursor().blockNumber() + 1));
 	goToInput->show();
 	goToInput->raise();
 	goToInput->setFocus();

@@ -8,6 +8,7 @@
 
 namespace quillbay {
 
+/// Bounds of the teleprompter's speed, and its smallest change.
 inline constexpr double kMinSpeed = 1.0;
 inline constexpr double kMaxSpeed = 5.0;
 inline constexpr double kSpeedStep = 0.1;

@@ -64,16 +64,21 @@ int Dock::textLength() const
 	return editor->document()->characterCount() - 1;
 }
 
+QString Dock::readingPercent() const
+{
+	const QScrollBar *bar = editor->verticalScrollBar();
+	const double range = static_cast<double>(bar->maximum()) - bar->minimum();
+	const double percent = range < 1 ? 0.0 : 100.0 * (bar->value() - bar->minimum()) / range;
+	return QString::number(std::lround(percent)) + QLatin1Char('%');
+}
+
 void Dock::updateDocumentStatus()
 {
 	updateCharacterStatus();
 	const int paragraphs = editor->isEnabled() ? editor->document()->blockCount() : 0;
 	setLabelText(documentStatus, text("DocumentStatus").arg(paragraphs));
 
-	const QScrollBar *bar = editor->verticalScrollBar();
-	const double range = static_cast<double>(bar->maximum()) - bar->minimum();
-	const double percent = range > 0 ? 100.0 * (bar->value() - bar->minimum()) / range : 0.0;
-	setLabelText(scrollPercent, QString::number(std::lround(percent)) + QLatin1Char('%'));
+	setLabelText(scrollPercent, readingPercent());
 	remote->scrollChanged();
 }
 

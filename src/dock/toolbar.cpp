@@ -24,8 +24,6 @@ namespace quillbay {
 
 namespace {
 
-constexpr int kMinFontSize = 6;
-constexpr int kMaxFontSize = 144;
 constexpr int kDefaultFontSize = 12;
 
 constexpr struct {

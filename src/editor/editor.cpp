@@ -28,9 +28,6 @@ namespace quillbay {
 
 namespace {
 
-constexpr int kMinPointSize = 6;
-constexpr int kMaxPointSize = 144;
-constexpr qreal kLineHeightPercent = 140;
 /// Room for the QR button, in device-independent pixels.
 constexpr int kQrSpace = 28;
 /// Parts of the view with more rows between them are painted each by itself.
@@ -51,7 +48,7 @@ Editor::Editor(QWidget *parent) : QTextEdit(parent)
 {
 	setDocument(new NoteDocument(this));
 	document()->setDefaultFont(font());
-	document()->setDefaultStyleSheet(QStringLiteral("p, li { line-height: 140%; }"));
+	document()->setDefaultStyleSheet(QStringLiteral("p, li { line-height: %1%; }").arg(kLineHeightPercent));
 	loadHtml({});
 	setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
 	// A style sheet would leave the background to the widgets behind, and every scrolled pixel would repaint the
@@ -328,7 +325,7 @@ void Editor::takeStep(void (QTextEdit::*step)())
 void Editor::resizeText(int steps)
 {
 	const auto resized = [steps](qreal points) {
-		return std::clamp<qreal>(points + steps, kMinPointSize, kMaxPointSize);
+		return std::clamp<qreal>(points + steps, kMinFontSize, kMaxFontSize);
 	};
 	const QFont base = document()->defaultFont();
 	const auto pointSize = [this, &base](const QFont &own) {

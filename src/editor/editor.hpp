@@ -10,6 +10,12 @@
 
 namespace quillbay {
 
+/// Points that a user can make text as small, or as large, as.
+inline constexpr int kMinFontSize = 6;
+inline constexpr int kMaxFontSize = 144;
+/// Height of a line of new text, in percent of what its font needs.
+inline constexpr int kLineHeightPercent = 140;
+
 /// The rich-text editor of a note.
 ///
 /// Every path by which text enters or leaves the document is checked against the note limits before it is

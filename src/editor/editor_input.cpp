@@ -5,6 +5,7 @@
 
 #include "editor/editor.hpp"
 
+#include "notes/editor_html.hpp"
 #include "notes/html_shape.hpp"
 #include "notes/limits.hpp"
 #include "notes/note_document.hpp"
@@ -34,13 +35,6 @@ QString withLineFeeds(QString text)
 	return text.replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(u'\r', u'\n');
 }
 
-// Qt keeps two code points, which no text should hold, for the edges of frames, and breaks inserted text at them.
-bool isParagraphBreak(QChar character)
-{
-	return character == u'\n' || character == u'\r' || character == QChar::ParagraphSeparator ||
-	       character == QChar(0xfdd0) || character == QChar(0xfdd1);
-}
-
 // How text divides into paragraphs.
 struct Extent {
 	qsizetype breaks = 0;
@@ -53,7 +47,7 @@ Extent extentOf(QStringView text, qsizetype column)
 {
 	Extent extent{.tail = column};
 	for (const QChar character : text) {
-		if (isParagraphBreak(character)) {
+		if (isBlockBreak(character)) {
 			++extent.breaks;
 			extent.longest = std::max(extent.longest, extent.tail);
 			extent.tail = 0;

@@ -217,7 +217,7 @@ const Figure *findFigure(Icon icon)
 	return found == figures.end() ? nullptr : &*found;
 }
 
-/// What to fill on the grid for `figure`: one area, so that crossing strokes of a translucent color do not add up.
+/// What to fill on the grid for `figure`: one area, so that crossing strokes of a translucent colour do not add up.
 QPainterPath inkOf(const Figure &figure, QIcon::State state)
 {
 	QPainterPath path = (state == QIcon::On ? figure.sketchWhenOn : figure.sketch).path;

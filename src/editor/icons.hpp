@@ -45,8 +45,8 @@ enum class Icon : std::int32_t {
 	FormatPainter = 30,
 };
 
-/// An icon that draws `icon` as a vector figure, sharp at any size and pixel density, in the window text color of
-/// `palette`'s active group; paler when disabled. The color is fixed here: make the icon again when the palette
+/// An icon that draws `icon` as a vector figure, sharp at any size and pixel density, in the window text colour of
+/// `palette`'s active group; paler when disabled. The colour is fixed here: make the icon again when the palette
 /// changes. A value outside the enumeration gives an icon that draws nothing. UI thread.
 QIcon makeIcon(Icon icon, const QPalette &palette);
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 
 #include "notes/css_cost.hpp"
+#include "notes/html_names.hpp"
 
 #include <QHash>
 #include <QString>
@@ -28,11 +29,6 @@ constexpr double kSheetCharacterCost = 0.13;
 constexpr QChar kClass = u'.';
 constexpr QChar kId = u'#';
 constexpr QChar kTag = u'<';
-
-bool contains(QStringView text, const char *part)
-{
-	return text.contains(QLatin1StringView(part), Qt::CaseInsensitive);
-}
 
 bool isNameLetter(QChar c)
 {
@@ -114,7 +110,7 @@ CssCost::Declarations CssCost::addDeclarations(QStringView css)
 	if (isEscaped) {
 		addFontFamilies(css);
 	}
-	hasDisplay_ = hasDisplay_ || isEscaped || css.contains(u'&') || contains(css, "display");
+	hasDisplay_ = hasDisplay_ || isEscaped || css.contains(u'&') || mentions(css, "display");
 	qsizetype start = 0;
 	for (qsizetype colon = css.indexOf(u':'); colon >= 0; colon = css.indexOf(u':', start)) {
 		qsizetype end = css.indexOf(u';', colon);
@@ -123,14 +119,14 @@ CssCost::Declarations CssCost::addDeclarations(QStringView css)
 		if (key.endsWith(QLatin1StringView("family"), Qt::CaseInsensitive) ||
 		    key.endsWith(QLatin1StringView("font"), Qt::CaseInsensitive)) {
 			addFontFamilies(css.sliced(colon + 1, end - colon - 1));
-		} else if (contains(key, "dasharray")) {
+		} else if (mentions(key, "dasharray")) {
 			isHarmless_ = false;
-		} else if (contains(key, "texture")) {
+		} else if (mentions(key, "texture")) {
 			isHarmless_ = isHarmless_ && ++textures_ <= kMaxTextures;
 		}
 		start = std::min(end + 1, css.size());
 		++found.count;
-		found.borders += isEscaped || contains(key, "border") ? 1 : 0;
+		found.borders += isEscaped || mentions(key, "border") ? 1 : 0;
 	}
 	return found;
 }
@@ -162,9 +158,9 @@ void CssCost::addSheet(QStringView text)
 		}
 		start = std::min(end + 1, text.size());
 	}
-	hasFloatRules_ = hasFloatRules_ || contains(text, "float") || text.contains(u'\\');
+	hasFloatRules_ = hasFloatRules_ || mentions(text, "float") || text.contains(u'\\');
 	hasDisplay_ =
-		hasDisplay_ || contains(text, "display") || contains(text, "paragraph-type") || text.contains(u'\\');
+		hasDisplay_ || mentions(text, "display") || mentions(text, "paragraph-type") || text.contains(u'\\');
 }
 
 void CssCost::addRule(QStringView selectors, QStringView block)

@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QuillBay developers
 // SPDX-License-Identifier: GPL-2.0-or-later
 
+// What CSS costs. For this folder only.
+
 #pragma once
 
 #include <QStringView>
@@ -24,6 +26,7 @@ struct StyledElement {
 /// Qt 6.8; they are rather too high than too low. The HTML must outlive it. Any thread, one at a time.
 class CssCost {
 public:
+	/// "name: value" pairs.
 	struct Declarations {
 		qint64 count = 0;
 		qint64 borders = 0; ///< of them

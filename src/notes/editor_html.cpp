@@ -48,15 +48,14 @@ bool isEditorTag(QStringView tag, const Name &name)
 bool isEditorStyle(QStringView css)
 {
 	const auto isOdd = [](QChar c) { return c == u'\\' || c == u'&' || c == u'/' || c == u'{' || c == u'}'; };
-	return std::ranges::none_of(css, isOdd) && !css.contains(QLatin1StringView("display"), Qt::CaseInsensitive);
+	return std::ranges::none_of(css, isOdd) && !mentions(css, "display");
 }
 
 // The only escapes in the sheet that Qt writes are those of the check boxes.
 bool isEditorSheet(QStringView sheet)
 {
 	return sheet.startsWith(QLatin1StringView("\np, li { white-space: pre-wrap; }\n")) &&
-	       !sheet.contains(QLatin1StringView("display"), Qt::CaseInsensitive) &&
-	       sheet.count(u'\\') == sheet.count(QLatin1StringView("\\261")) &&
+	       !mentions(sheet, "display") && sheet.count(u'\\') == sheet.count(QLatin1StringView("\\261")) &&
 	       !sheet.contains(QLatin1StringView("/*"));
 }
 

@@ -18,7 +18,8 @@ bool isEditorTag(QStringView tag, const Name &name);
 bool isEditorStyle(QStringView css);
 /// Whether the text of a <style> element is the sheet that Qt writes.
 bool isEditorSheet(QStringView sheet);
-/// Where text starts a new block of its own, whatever element it is in.
+/// Whether the character starts a new block of its own, in inserted text as in HTML: a line feed, a carriage return, a
+/// paragraph separator, or one of the two code points that no text should hold and that Qt takes for edges of frames.
 bool isBlockBreak(QChar c);
 
 } // namespace quillbay

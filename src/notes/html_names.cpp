@@ -81,6 +81,11 @@ Name lookUp(QStringView tag)
 	return found != kNames.end() && found->text == name ? *found : unknown;
 }
 
+bool mentions(QStringView text, const char *part)
+{
+	return text.contains(QLatin1StringView(part), Qt::CaseInsensitive);
+}
+
 bool isEmptyElement(Element element)
 {
 	return element == Element::Br || element == Element::Hr || element == Element::Img || element == Element::Meta;

@@ -49,6 +49,8 @@ struct Name {
 Name lookUp(QStringView tag);
 /// Whether Qt takes both for the same name.
 bool isSameName(QStringView a, QStringView b);
+/// Whether the text contains `part`, in any letter case.
+bool mentions(QStringView text, const char *part);
 /// Whether the element never has content.
 bool isEmptyElement(Element element);
 /// Whether it is a cell of a table, td or th.

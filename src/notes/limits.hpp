@@ -20,6 +20,8 @@ inline constexpr int kMaxParagraphs = 20'000;
 inline constexpr int kMaxParagraphLength = 10'000;
 /// `QTextBlock::length` of the longest paragraph: its text and its separator.
 inline constexpr int kMaxBlockLength = kMaxParagraphLength + 1;
+/// Levels that a paragraph or a list may be indented.
+inline constexpr int kMaxIndent = 12;
 /// Bytes of an encoded note file, or of one entry of an archive: 64 MiB.
 inline constexpr qint64 kMaxNoteBytes = 67'108'864;
 /// Notes in one backup.

@@ -28,16 +28,6 @@ struct Record {
 	QString name;
 };
 
-QString sceneUuid(obs_source_t *scene)
-{
-	return QString::fromUtf8(obs_source_get_uuid(scene));
-}
-
-QString sceneName(obs_source_t *scene)
-{
-	return QString::fromUtf8(obs_source_get_name(scene));
-}
-
 // Empty unless the record was written for this very scene: duplicating a scene copies its private settings.
 Record readRecord(obs_source_t *scene)
 {
@@ -131,6 +121,16 @@ void report(QString *error, const QString &message)
 }
 
 } // namespace
+
+QString sceneUuid(const obs_source *scene)
+{
+	return scene ? QString::fromUtf8(obs_source_get_uuid(scene)) : QString();
+}
+
+QString sceneName(const obs_source *scene)
+{
+	return scene ? QString::fromUtf8(obs_source_get_name(scene)) : QString();
+}
 
 NoteStore::NoteStore(const QString &folder) : folder_(QDir::cleanPath(folder)) {}
 

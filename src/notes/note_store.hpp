@@ -13,6 +13,11 @@ struct obs_source;
 
 namespace quillbay {
 
+/// The scene's UUID, or nothing for none.
+QString sceneUuid(const obs_source *scene);
+/// The scene's name, or nothing for none.
+QString sceneName(const obs_source *scene);
+
 /// Where a scene's note is to be written.
 struct NoteTarget {
 	/// The scene's UUID.

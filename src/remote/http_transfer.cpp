@@ -22,7 +22,7 @@ constexpr auto kHeadTime = std::chrono::seconds(3);
 constexpr auto kBodyTime = std::chrono::seconds(30);
 constexpr auto kResponseTime = std::chrono::seconds(30);
 constexpr qint64 kChunkBytes = 65'536;
-constexpr std::int64_t kMaxUploadBytes = 5'242'880;
+constexpr std::int64_t kMaxUploadBytes = 5'242'880; // 5 MiB
 // What a sender may go on sending after its response.
 constexpr qint64 kMaxDropped = 2 * kMaxUploadBytes;
 

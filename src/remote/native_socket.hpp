@@ -7,7 +7,8 @@
 
 namespace quillbay {
 
-// What Qt's sockets cannot do. Both take the descriptor of a connected, non-blocking TCP socket.
+// What Qt's sockets cannot do. Both take the descriptor of a connected, non-blocking TCP socket, and do not fail: an
+// error is one that the socket itself will tell of. Any thread.
 
 /// Whether bytes have arrived that Qt has not read yet.
 bool holdsUnreadBytes(qintptr descriptor);

@@ -6,13 +6,12 @@
 #include "remote/remote.hpp"
 
 #include "dock/dock.hpp"
+#include "dock/scenes.hpp"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSemaphore>
 #include <QThread>
-
-#include <obs-frontend-api.h>
 
 namespace quillbay {
 
@@ -53,14 +52,10 @@ bool isSameToken(const QString &given, const QString &token)
 QJsonArray sceneList()
 {
 	QJsonArray list;
-	obs_frontend_source_list scenes = {};
-	obs_frontend_get_scenes(&scenes);
-	for (std::size_t i = 0; i < scenes.sources.num; ++i) {
-		const obs_source_t *scene = scenes.sources.array[i];
-		list.append(QJsonObject{{QStringLiteral("id"), QString::fromUtf8(obs_source_get_uuid(scene))},
-					{QStringLiteral("name"), QString::fromUtf8(obs_source_get_name(scene))}});
+	for (const OBSSource &scene : collectionScenes()) {
+		list.append(QJsonObject{{QStringLiteral("id"), sceneUuid(scene)},
+					{QStringLiteral("name"), sceneName(scene)}});
 	}
-	obs_frontend_source_list_free(&scenes);
 	return list;
 }
 

@@ -20,11 +20,12 @@ namespace quillbay {
 class QrLabel;
 
 /// Where the user turns remote access on, chooses its address and port, takes its link and renews its token.
-/// Nothing changes before "Apply".
+/// Nothing changes before "Apply". User-interface thread only.
 class SettingsDialog : public QDialog {
 	Q_OBJECT
 
 public:
+	/// What the user can set here.
 	struct Choice {
 		bool isEnabled = false;
 		/// An IPv4 address of this machine.

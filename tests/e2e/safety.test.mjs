@@ -110,7 +110,7 @@ test('notes that cannot be written', async (t) => {
 			assert.deepEqual([await studio.get('sceneLabel', 'text'), await studio.plain()], ['One', 'old, newer']);
 			assert.equal(savedText(folder), 'old', 'the old file is whole');
 			mendFolder(folder);
-			await studio.waitForSave();
+			await waitFor('the scene on air', async () => (await studio.get('sceneLabel', 'text')) === 'Two');
 			assert.equal(await studio.get('saveError', 'visible'), false);
 			assert.equal(savedText(folder), 'old, newer');
 		});

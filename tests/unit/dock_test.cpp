@@ -42,6 +42,13 @@ private Q_SLOTS:
 		QCOMPARE(editor->toPlainText(), "one");
 		QVERIFY(!editor->document()->isUndoAvailable());
 		QVERIFY(isOnDisk(second, "two") && dock->readHtml(second).contains("two"));
+		const QString path = fileOf(first);
+		QVERIFY(QFile::remove(path) && QDir().mkdir(path));
+		type("more");
+		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_CHANGED);
+		QCOMPARE(scene(), "Intro");
+		QVERIFY(QDir().rmdir(path) && dock->flush(true, true) && isOnDisk(first, "more"));
+		QTRY_COMPARE(scene(), "Second");
 	}
 
 	void savesHalfASecondAfterTheLastKey()
