@@ -19,6 +19,7 @@ export {
 	maxSize,
 	minSize,
 	plainDocument,
+	sliceRuns,
 	updateParagraphs,
 	withinTextLimits,
 } from './document/model.mjs';

@@ -84,15 +84,37 @@ export function settledDraft(id, model) {
 	const draft = readDraft(id);
 	if (!draft) return null;
 	const saved = comparable(model);
-	if (comparable(draft.document) === saved) {
+	const isSaved = (/** @type {WebDocument} */ content) => comparable(filledIn(content, model)) === saved;
+	if (isSaved(draft.document)) {
 		removeDraft(id);
 		return null;
 	}
 	const { sent } = editing;
-	if (sent?.scene === id && comparable(sent.document) === saved) {
+	if (sent?.scene === id && isSaved(sent.document)) {
 		Object.assign(draft, { epoch: model.epoch, revision: model.revision });
 	}
 	return draft;
+}
+
+/**
+ * A document whose text without a font has that of the same place in the host's document: what is typed into an empty
+ * paragraph gets its font there.
+ * @param {WebDocument} content
+ * @param {WebDocument} model
+ * @returns {WebDocument}
+ */
+function filledIn(content, model) {
+	const blocks = content.blocks.map((block, i) => {
+		let end = 0;
+		const runs = block.runs?.map((run) => {
+			const start = end;
+			end += run.text.length;
+			const [host] = run.size && run.family ? [] : note.sliceRuns(model.blocks[i]?.runs ?? [], start, start + 1);
+			return { ...run, size: run.size || host?.size, family: run.family || host?.family };
+		});
+		return { ...block, runs };
+	});
+	return { blocks };
 }
 
 /** A text that is equal for documents that show the same, however runs are cut and list groups numbered. @param {WebDocument} content */
