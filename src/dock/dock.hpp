@@ -377,6 +377,8 @@ private:
 	QElapsedTimer frameClock;
 	/// Since when the user's own movement holds the text; invalid without one.
 	QElapsedTimer holdClock;
+	/// Since the last letter or digit that was typed, whether the note took it or not.
+	QElapsedTimer typingClock;
 	/// The exact offset in pixels; the scroll bar holds its whole part.
 	double scrollPosition = 0;
 	/// The line of text that was found at the reading line, in the whole text's pixels, and what that holds for.

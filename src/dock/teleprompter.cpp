@@ -28,6 +28,8 @@ namespace quillbay {
 namespace {
 
 constexpr qint64 kHoldMs = 1000;
+/// A pause between two words that is longer ends the sentence, in milliseconds.
+constexpr qint64 kSentencePauseMs = 2000;
 constexpr double kNanosecondsPerSecond = 1e9;
 
 } // namespace
@@ -208,8 +210,17 @@ void Dock::updateReadingBand()
 // Keys that drive the teleprompter while the note is in read mode. True when the key has done its work.
 bool Dock::filterReadingKey(const QKeyEvent &event)
 {
+	const QString typed = event.text();
+	const bool isInSentence = typingClock.isValid() && !typingClock.hasExpired(kSentencePauseMs);
+	if (!typed.isEmpty() && typed.front().isLetterOrNumber()) {
+		typingClock.start();
+	}
 	if (!editor->isReadOnly() || (event.modifiers() & ~Qt::KeypadModifier & ~Qt::ShiftModifier)) {
 		return false;
+	}
+	// A device or the host may take the note from under the hands of who writes: the next blank means no scrolling.
+	if (!locked && isInSentence && typed.size() == 1 && QStringLiteral(" +-=").contains(typed)) {
+		return true;
 	}
 	switch (event.key()) {
 	case Qt::Key_Space:

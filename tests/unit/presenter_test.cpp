@@ -131,6 +131,13 @@ private Q_SLOTS:
 		fixture->dock->setLocked(false);
 		QTest::keyClick(fixture->editor, Qt::Key_Space);
 		QVERIFY(!isScrolling());
+		QTest::keyClicks(fixture->editor, "taken from who");
+		fixture->dock->setRemoteEditing(true);
+		QTest::keyClicks(fixture->editor, "writes it");
+		QVERIFY(!isScrolling() && !fixture->dock->isLocked());
+		QTest::qWait(2100);
+		QTest::keyClick(fixture->editor, Qt::Key_Space);
+		QVERIFY(isScrolling());
 	}
 
 	void clicksWithAlt()
