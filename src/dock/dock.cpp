@@ -30,6 +30,7 @@
 #include <QToolTip>
 
 #include <chrono>
+#include <utility>
 
 namespace quillbay {
 
@@ -330,9 +331,16 @@ void Dock::connectSignals()
 	saveTimer.setInterval(kSaveDelay);
 	saveDeadline.setSingleShot(true);
 	saveDeadline.setInterval(kSaveDelay);
+	followTimer.setSingleShot(true);
+	followTimer.setInterval(kSaveDelay);
 	for (const QTimer *timer : {&saveTimer, &saveDeadline}) {
 		connect(timer, &QTimer::timeout, this, [this] { flush(true, true); });
 	}
+	connect(&followTimer, &QTimer::timeout, this, [this] {
+		if (!dirty && std::exchange(isHeldBack, false)) {
+			followHost();
+		}
+	});
 	connectEditor();
 	connectTeleprompter();
 	connect(qApp, &QApplication::focusChanged, this, &Dock::focusMoved);

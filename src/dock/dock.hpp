@@ -369,6 +369,9 @@ private:
 	QTimer saveTimer;
 	/// Runs out half a second after the first unsaved edit: someone who types on without a pause is saved too.
 	QTimer saveDeadline;
+	/// Runs out half a second after a held-back edit is written. The dock then follows the host, but not under the
+	/// hands of someone who types on: the rest of a word would go into the other scene's note.
+	QTimer followTimer;
 
 	// The teleprompter
 	QTimer scrollTimer;

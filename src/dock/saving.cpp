@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <utility>
 
 namespace quillbay {
 
@@ -82,8 +81,8 @@ bool Dock::saveEdit(bool report)
 	if (report) {
 		showStatus(text("SavedNote"));
 	}
-	if (std::exchange(isHeldBack, false)) {
-		followHost();
+	if (isHeldBack) {
+		followTimer.start();
 	}
 	return true;
 }

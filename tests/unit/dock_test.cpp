@@ -48,7 +48,10 @@ private Q_SLOTS:
 		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_CHANGED);
 		QCOMPARE(scene(), "Intro");
 		QVERIFY(QDir().rmdir(path) && dock->flush(true, true) && isOnDisk(first, "more"));
+		QTest::qWait(100);
+		type("!");
 		QTRY_COMPARE(scene(), "Second");
+		QVERIFY(isOnDisk(first, "more!"));
 	}
 
 	void savesHalfASecondAfterTheLastKey()

@@ -76,7 +76,8 @@ export function removeDraft(scene) {
 
 /**
  * The scene's draft, unless the host has that text already: a page that was left during its last save. Where the host
- * has what this page sent last, only the answer was lost, and the draft goes on from there.
+ * has what this page sent last, and the draft has grown from that, only the answer was lost, and the draft goes on from
+ * there.
  * @param {string} id
  * @param {Model} model
  */
@@ -90,7 +91,10 @@ export function settledDraft(id, model) {
 		return null;
 	}
 	const { sent } = editing;
-	if (sent?.scene === id && isSaved(sent.document)) {
+	// A draft of another revision, or of another page, was not made from what was sent.
+	const isOwn = sent?.scene === id && drafts.has(id);
+	const isGrown = isOwn && sent.epoch === draft.epoch && sent.revision === draft.revision;
+	if (isGrown && isSaved(sent.document)) {
 		Object.assign(draft, { epoch: model.epoch, revision: model.revision });
 	}
 	return draft;

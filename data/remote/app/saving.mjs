@@ -86,9 +86,9 @@ async function saveNow() {
 	}
 	// The answer to a save of an older lease says nothing of the edits since.
 	const isCurrent = () => client.scene === scene && client.epoch === epoch && client.savedSequence < sequence;
-	editing.sent = { scene, document: snapshot };
+	editing.sent = { scene, epoch, revision, document: snapshot };
 	try {
-		const reply = await call('SaveDocument', { scene, epoch, revision, document: snapshot });
+		const reply = await call('SaveDocument', editing.sent);
 		if (isCurrent()) saved(Number(reply.revision), sequence);
 	} catch (error) {
 		if (isCurrent()) saveFailed(error);

@@ -71,8 +71,8 @@ export const editing = {
 	/** The count of edits that the stored draft has. */
 	draftSequence: -1,
 	/**
-	 * What was sent last to be saved: the host may have it though its answer was lost.
-	 * @type {{scene: string, document: WebDocument} | null}
+	 * What was sent last to be saved, and what it was made from: the host may have it though its answer was lost.
+	 * @type {(Draft & {scene: string}) | null}
 	 */
 	sent: null,
 	/** Where the caret was when a draft was left, as an offset in the document. */
