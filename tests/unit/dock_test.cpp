@@ -42,29 +42,6 @@ private Q_SLOTS:
 		QCOMPARE(editor->toPlainText(), "one");
 		QVERIFY(!editor->document()->isUndoAvailable());
 		QVERIFY(isOnDisk(second, "two") && dock->readHtml(second).contains("two"));
-		const QString path = fileOf(first);
-		QVERIFY(QFile::remove(path) && QDir().mkdir(path));
-		type("more");
-		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_CHANGED);
-		QCOMPARE(scene(), "Intro");
-		QVERIFY(QDir().rmdir(path) && dock->flush(true, true) && isOnDisk(first, "more"));
-		QTRY_COMPARE(scene(), "Second");
-	}
-
-	void savesHalfASecondAfterTheLastKey()
-	{
-		type("a");
-		QTest::qWait(350);
-		QVERIFY(dock->readHtml(first).contains("a"));
-		QCOMPARE(fileOf(first), QString());
-		QTRY_VERIFY_WITH_TIMEOUT(isOnDisk(first, "a"), 400);
-		QCOMPARE(fixture->status(), text("SavedNote"));
-		QCOMPARE(frontend().saves, 1);
-		for (int i = 0; i < 9; ++i) {
-			type("b");
-			QTest::qWait(100);
-		}
-		QVERIFY2(isOnDisk(first, "abbb"), "someone who types on is saved too");
 	}
 
 	void unavailableNotesAreNeverOverwritten()
@@ -85,19 +62,6 @@ private Q_SLOTS:
 		}
 	}
 
-	void aCollectionSwitchSavesWithoutAskingTheHost()
-	{
-		type("leaving");
-		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
-		QVERIFY(isOnDisk(first, "leaving"));
-		QVERIFY(scene() == text("NoScene") && !editor->isEnabled());
-		QCOMPARE(frontend().saves, 0);
-		frontend().currentScene = second;
-		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
-		QCOMPARE(scene(), "Second");
-		QCOMPARE(frontend().saves, 1);
-	}
-
 	void readModeProtectsTheNote()
 	{
 		type("kept");
@@ -107,10 +71,6 @@ private Q_SLOTS:
 		type("x");
 		dock->command(Command::InsertTime);
 		QCOMPARE(editor->toPlainText(), "kept");
-		reopen();
-		QVERIFY(editor->isReadOnly() && fixture->action("Read")->isChecked());
-		dock->command(Command::ToggleLock);
-		QVERIFY(!editor->isReadOnly());
 	}
 
 	void remembersScrollPositions()
@@ -131,29 +91,6 @@ private Q_SLOTS:
 		}
 		reopen();
 		QTRY_COMPARE(fixture->bar()->value(), 20'000);
-	}
-
-	void aSettingsFileOfGarbageDoesNoHarm()
-	{
-		fixture->dock.reset();
-		QByteArray garbage(100'000, 0);
-		QRandomGenerator(1).generate(garbage.begin(), garbage.end());
-		writeFile(fixture->settingsPath(), garbage);
-		reopen();
-		type("still here");
-		QVERIFY(dock->flush(true, true) && isOnDisk(first, "still here"));
-	}
-
-	void shutdownEndsEverything()
-	{
-		type("last words");
-		dock->shutdown();
-		QVERIFY(isOnDisk(first, "last words"));
-		QCOMPARE(frontend().saves, 0);
-		dock->command(Command::InsertTime);
-		QCOMPARE(editor->toPlainText(), "last words");
-		dock->bindScene(second);
-		QCOMPARE(frontend().saves, 0);
 	}
 
 private:
