@@ -218,6 +218,10 @@ private Q_SLOTS:
 			writeFile(folder->filePath("obs-websocket/config.json"), content);
 			QCOMPARE(config()["port"].toInt(), expected);
 		}
+		const QByteArray texts = '\n' + readFile(QUILLBAY_SOURCE_DIR "/data/locale/en-US.ini");
+		for (const QString &key : config()["labels"].toObject().keys()) {
+			QVERIFY2(texts.contains('\n' + key.toLatin1() + "=\""), qPrintable(key));
+		}
 		// For the rest of the program: the host's command line is set once.
 		static const char *const arguments[] = {"obs", "--multi", "--websocket_port", "4477"};
 		obs_set_cmdline_args(4, arguments);
