@@ -101,12 +101,15 @@ export class Host {
 	/** All that the host has printed since it was last started. */
 	log = '';
 
+	/** What its environment has besides. */
+	env = {};
+
 	/**
-	 * @param {{module?: boolean, wrap?: (host: Host) => string[], env?: object}} options `module` false leaves ours
-	 * out; `wrap` answers a command that runs the host's command; `env` adds to its environment.
+	 * @param {{module?: boolean, wrap?: (host: Host) => string[]}} options `module` false leaves ours out; `wrap`
+	 * answers a command that runs the host's command.
 	 */
-	constructor({ module = true, wrap = () => [], env = {} } = {}) {
-		Object.assign(this, { wrap, env, password: 'a password of ours' });
+	constructor({ module = true, wrap = () => [] } = {}) {
+		Object.assign(this, { wrap, password: 'a password of ours' });
 		this.home = fs.mkdtempSync(path.join(scratch, 'home-'));
 		this.config = path.join(this.home, '.config/obs-studio');
 		layHome(this, module);
@@ -237,8 +240,6 @@ export class Host {
 			await sleep(pauseMs);
 		}
 	}
-
-	click = (object, at = [5, 5]) => this.ask('click', { object, at });
 
 	/** The longest time, in milliseconds, that the host's window did not react while `work` ran. */
 	async longestStall(work) {

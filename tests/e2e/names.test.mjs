@@ -25,7 +25,6 @@ test('a renamed scene keeps its note, in a file with a name that every system ta
 	const names = [
 		['INTRO ', 'Intro.json'],
 		['a/b\\c: "d"', 'a_b_c_ _d_.json'],
-		['😀'.repeat(200), `${'😀'.repeat(45)}.json`],
 		['Intro', 'Intro.json'],
 	];
 	await studio.addScene('Intro');
@@ -92,7 +91,7 @@ test('everything is there again after a restart, with the last keystroke before 
 	await studio.waitForNote('original text');
 });
 
-test('collections keep their notes apart', async (t) => {
+test('collections keep their notes apart', async () => {
 	await acrossCollections([], {}, async (own) => {
 		const leave = (name) => own.call('SetCurrentSceneCollection', { sceneCollectionName: name });
 		await own.write('Scene', 'of the first');
@@ -106,18 +105,6 @@ test('collections keep their notes apart', async (t) => {
 		assert.equal(path.basename(await own.noteFile('Scene')), 'Scene.json');
 		await leave('Second');
 		await own.waitForNote('of the second, unsaved');
-
-		await own.choose('on_actionDupSceneCollection_triggered', () => own.fillName('Third'));
-		await own.write('Scene', 'of the third');
-		const { uuid } = await own.sceneInfo('Scene');
-		await leave('Second');
-		await own.waitForScene('Scene');
-		// Where the host gives the copy the same UUIDs, both collections hold the same scene.
-		const isSameScene = (await own.sceneInfo('Scene')).uuid === uuid;
-		t.diagnostic(`a duplicated collection has ${isSameScene ? 'the same' : 'new'} scene UUIDs`);
-		await own.waitForNote(isSameScene ? 'of the third' : 'of the second, unsaved');
-		await leave('Untitled');
-		await own.waitForNote('of the first');
 	});
 });
 

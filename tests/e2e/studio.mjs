@@ -19,8 +19,7 @@ export function text(key) {
 	return locale.get(key);
 }
 
-/** Where the mouse and drops reach the editor, and its scroll bar. */
-export const viewport = 'noteEditor qt_scrollarea_viewport';
+/** The editor's scroll bar. */
 export const scrollBar = 'noteEditor qt_scrollarea_vcontainer .QScrollBar';
 
 export class Studio extends Host {

@@ -36,19 +36,14 @@ void *obs_frontend_get_main_window(void)
 	return frontend().mainWindow;
 }
 
-bool obs_frontend_add_dock_by_id(const char *, const char *title, void *widget)
+bool obs_frontend_add_dock_by_id(const char *, const char *, void *widget)
 {
-	if (!frontend().acceptsDock) {
-		return false;
-	}
 	frontend().dock = static_cast<QWidget *>(widget);
-	frontend().dockTitle = QString::fromUtf8(title);
 	return true;
 }
 
 void obs_frontend_remove_dock(const char *)
 {
-	++frontend().removals;
 	delete std::exchange(frontend().dock, nullptr);
 }
 
@@ -60,7 +55,6 @@ void obs_frontend_add_event_callback(obs_frontend_event_cb callback, void *data)
 void obs_frontend_remove_event_callback(obs_frontend_event_cb callback, void *data)
 {
 	std::erase(frontend().eventCallbacks, std::pair(callback, data));
-	++frontend().removals;
 }
 
 void obs_frontend_add_save_callback(obs_frontend_save_cb callback, void *data)
@@ -71,7 +65,6 @@ void obs_frontend_add_save_callback(obs_frontend_save_cb callback, void *data)
 void obs_frontend_remove_save_callback(obs_frontend_save_cb callback, void *data)
 {
 	std::erase(frontend().saveCallbacks, std::pair(callback, data));
-	++frontend().removals;
 }
 
 bool obs_frontend_preview_program_mode_active(void)

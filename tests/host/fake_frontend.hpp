@@ -21,12 +21,8 @@ struct FakeFrontend {
 	OBSSource previewScene;
 	/// In the order of the host's list.
 	std::vector<OBSSource> scenes;
-	/// Whether the host takes the dock.
-	bool acceptsDock = true;
 	QWidget *dock = nullptr;
-	QString dockTitle;
 	int saves = 0;
-	int removals = 0;
 	std::vector<std::pair<obs_frontend_event_cb, void *>> eventCallbacks;
 	std::vector<std::pair<obs_frontend_save_cb, void *>> saveCallbacks;
 

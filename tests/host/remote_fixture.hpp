@@ -15,6 +15,7 @@ class RemoteFixture : public DockFixture {
 public:
 	RemoteFixture() : second(makeScene(QStringLiteral("Second")).Get())
 	{
+		FakeWebsocket::install();
 		websocket() = {};
 		frontend().scenes = {scene, second};
 		reopen({{"remote/enabled", true}, {"remote/address", "127.0.0.1"}, {"remote/port", 0}});

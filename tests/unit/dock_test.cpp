@@ -54,22 +54,6 @@ private Q_SLOTS:
 		QVERIFY(isOnDisk(first, "more!"));
 	}
 
-	void savesHalfASecondAfterTheLastKey()
-	{
-		type("a");
-		QTest::qWait(350);
-		QVERIFY(dock->readHtml(first).contains("a"));
-		QCOMPARE(fileOf(first), QString());
-		QTRY_VERIFY_WITH_TIMEOUT(isOnDisk(first, "a"), 400);
-		QCOMPARE(fixture->status(), text("SavedNote"));
-		QCOMPARE(frontend().saves, 1);
-		for (int i = 0; i < 9; ++i) {
-			type("b");
-			QTest::qWait(100);
-		}
-		QVERIFY2(isOnDisk(first, "abbb"), "someone who types on is saved too");
-	}
-
 	void unavailableNotesAreNeverOverwritten()
 	{
 		QVERIFY(dock->store().write(second, {"x"}));
@@ -88,19 +72,6 @@ private Q_SLOTS:
 		}
 	}
 
-	void aCollectionSwitchSavesWithoutAskingTheHost()
-	{
-		type("leaving");
-		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
-		QVERIFY(isOnDisk(first, "leaving"));
-		QVERIFY(scene() == text("NoScene") && !editor->isEnabled());
-		QCOMPARE(frontend().saves, 0);
-		frontend().currentScene = second;
-		dock->frontendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
-		QCOMPARE(scene(), "Second");
-		QCOMPARE(frontend().saves, 1);
-	}
-
 	void readModeProtectsTheNote()
 	{
 		type("kept");
@@ -110,10 +81,6 @@ private Q_SLOTS:
 		type("x");
 		dock->command(Command::InsertTime);
 		QCOMPARE(editor->toPlainText(), "kept");
-		reopen();
-		QVERIFY(editor->isReadOnly() && fixture->action("Read")->isChecked());
-		dock->command(Command::ToggleLock);
-		QVERIFY(!editor->isReadOnly());
 	}
 
 	void remembersScrollPositions()
@@ -134,29 +101,6 @@ private Q_SLOTS:
 		}
 		reopen();
 		QTRY_COMPARE(fixture->bar()->value(), 20'000);
-	}
-
-	void aSettingsFileOfGarbageDoesNoHarm()
-	{
-		fixture->dock.reset();
-		QByteArray garbage(100'000, 0);
-		QRandomGenerator(1).generate(garbage.begin(), garbage.end());
-		writeFile(fixture->settingsPath(), garbage);
-		reopen();
-		type("still here");
-		QVERIFY(dock->flush(true, true) && isOnDisk(first, "still here"));
-	}
-
-	void shutdownEndsEverything()
-	{
-		type("last words");
-		dock->shutdown();
-		QVERIFY(isOnDisk(first, "last words"));
-		QCOMPARE(frontend().saves, 0);
-		dock->command(Command::InsertTime);
-		QCOMPARE(editor->toPlainText(), "last words");
-		dock->bindScene(second);
-		QCOMPARE(frontend().saves, 0);
 	}
 
 private:

@@ -68,20 +68,6 @@ private Q_SLOTS:
 		QVERIFY2(!second.textList(), "below the first level a paragraph leaves its list");
 	}
 
-	void clearingFormats()
-	{
-		editor->loadHtml(
-			"<ul><li><b>a</b></li></ul><p align=center style='color:#ff0000'>b</p><p align=center></p>");
-		fixture->select(0, 0);
-		fixture->action("clearFormat")->trigger();
-		for (QTextBlock block = editor->document()->begin(); block.isValid(); block = block.next()) {
-			QVERIFY(!block.textList());
-			QCOMPARE(block.blockFormat().lineHeight(), 140.0);
-			QCOMPARE(block.blockFormat().alignment() & Qt::AlignHCenter, Qt::Alignment());
-			QVERIFY(block.length() == 1 || formatAt(block.position()).properties().isEmpty());
-		}
-	}
-
 	void painterWorksOnceOrAgain()
 	{
 		QAction *painter = fixture->action("formatPainter");

@@ -38,18 +38,6 @@ QString pictureUrl(QSize size)
 	return QStringLiteral("data:image/png;base64,") + QString::fromLatin1(bytes.toBase64());
 }
 
-// The colour in the middle of a picture that is shown 40 pixels wide and high.
-QColor shownColor(const QString &source)
-{
-	NoteDocument document;
-	document.setDocumentMargin(0);
-	document.setHtml(QStringLiteral("<img src=\"%1\" width=40 height=40>").arg(source));
-	QImage canvas(100, 100, QImage::Format_RGB32);
-	canvas.fill(Qt::white);
-	QPainter painter(&canvas);
-	document.drawContents(&painter);
-	return canvas.pixelColor(20, 20);
-}
 } // namespace
 
 class HtmlTest : public QObject {
@@ -136,11 +124,6 @@ private Q_SLOTS:
 		check("a paragraph too many", savedText(QString(20'000, u'\n')), false);
 		check("the longest paragraph", savedText(QString(10'000, u'<')), true);
 		check("a longer paragraph", savedText(QString(10'001, u'<')), false);
-		QTextDocument formatted;
-		formatted.setHtml(
-			"<h2>T</h2><ul><li>a &amp; <b>b</b><ol><li>c</li></ol></li><li>d</li></ul><p align=right>e"
-			"<a href='x?a=1&amp;b=2'>f</a><img src=x width=4></p><p></p><pre>g</pre>");
-		check("formatting and lists", formatted.toHtml(), true);
 		check("lines in a paragraph", savedText(QString(10'000, QChar::LineSeparator)), true);
 	}
 
@@ -203,13 +186,11 @@ private Q_SLOTS:
 
 	void onlyModestPicturesOfItsOwnAreShown()
 	{
-		QCOMPARE(shownColor(pictureUrl({30, 20})), QColor(Qt::red));
-		QCOMPARE(shownColor(pictureUrl({8000, 8000})), QColor(Qt::white));
-		QCOMPARE(
-			shownColor("data:image/svg+xml,<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>"),
-			QColor(Qt::white));
 		NoteDocument document;
 		QVERIFY(!document.picture(pictureUrl({30, 20})).isNull());
+		QVERIFY(document.picture(pictureUrl({8000, 8000})).isNull());
+		QVERIFY(document.picture("data:image/svg+xml,<svg xmlns='http://www.w3.org/2000/svg' width='9'/>")
+				.isNull());
 		QVERIFY(NoteDocument::makeScratch()->picture(pictureUrl({30, 20})).isNull());
 		document.setHtml("<img src=x width=100000000 height=100000000>");
 		QVERIFY(document.size().height() < 2 * NoteDocument::kMaxShownSide);

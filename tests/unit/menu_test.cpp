@@ -183,7 +183,10 @@ private:
 		});
 		QTextCursor cursor(fixture->editor->document());
 		cursor.setPosition(position);
-		fixture->dock->showEditorContextMenu(fixture->editor->cursorRect(cursor).center());
+		const QPoint at = fixture->editor->cursorRect(cursor).center();
+		QWidget *viewport = fixture->editor->viewport();
+		QContextMenuEvent click(QContextMenuEvent::Mouse, at, viewport->mapToGlobal(at));
+		QApplication::sendEvent(viewport, &click);
 	}
 	// Chooses the days, checks or unchecks the scene, and presses OK, which brings up the message, if there is one.
 	void decide(int days, const char *message) const

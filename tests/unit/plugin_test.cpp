@@ -23,13 +23,6 @@ obs_hotkey_id hotkeyNamed(const char *name)
 	return wanted.second;
 }
 
-// The host triggers hotkeys and renames on threads of its own.
-void onHostThread(const std::function<void()> &call)
-{
-	const std::unique_ptr<QThread> thread(QThread::create(call));
-	thread->start();
-	QVERIFY(thread->wait(5000));
-}
 } // namespace
 
 class PluginTest : public QObject {
@@ -57,42 +50,6 @@ private Q_SLOTS:
 		scene = nullptr;
 	}
 
-	void refusesToLoad()
-	{
-		shell().unload();
-		frontend().mainWindow = nullptr;
-		QVERIFY(!load());
-		frontend().mainWindow = window.get();
-		writeFile(folder->filePath("file"), "x");
-		QVERIFY(!shell().load(folder->filePath("file/settings.ini")));
-		frontend().acceptsDock = false;
-		QVERIFY(!load());
-		QVERIFY(frontend().eventCallbacks.empty() && frontend().saveCallbacks.empty());
-		QVERIFY(window->findChildren<Dock *>().isEmpty());
-		QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
-	}
-
-	void pressesReachTheDock()
-	{
-		QCOMPARE(frontend().dockTitle, text("QuillBay"));
-		const obs_hotkey_id id = hotkeyNamed("QuillBay.InsertTime");
-		QVERIFY(id != OBS_INVALID_HOTKEY_ID);
-		obs_hotkey_enable_callback_rerouting(true);
-		const auto trigger = [id](bool isPressed) {
-			onHostThread([id, isPressed] { obs_hotkey_trigger_routed_callback(id, isPressed); });
-		};
-		trigger(false);
-		QCoreApplication::processEvents();
-		QCOMPARE(editor()->toPlainText(), QString());
-		trigger(true);
-		QCOMPARE(editor()->toPlainText(), QString());
-		QTRY_COMPARE(editor()->toPlainText().size(), 20);
-		trigger(true);
-		frontend().sendEvent(OBS_FRONTEND_EVENT_EXIT);
-		QCoreApplication::processEvents();
-		QCOMPARE(editor()->toPlainText().size(), 20);
-	}
-
 	void bindingsRoundTrip()
 	{
 		obs_key_combination_t combination{INTERACT_CONTROL_KEY, OBS_KEY_F7};
@@ -105,6 +62,10 @@ private Q_SLOTS:
 			const OBSDataArrayAutoRelease bindings = obs_hotkey_save(hotkeyNamed("QuillBay.Faster"));
 			QCOMPARE(obs_data_array_count(bindings), isBound ? 1u : 0u);
 		}
+		const OBSDataAutoRelease atTheEnd = obs_data_create();
+		frontend().sendEvent(OBS_FRONTEND_EVENT_EXIT);
+		frontend().save(atTheEnd, true);
+		QVERIFY(!obs_data_has_user_value(atTheEnd, "quillbay_hotkeys"));
 	}
 
 	void theHostsSaveComesWithTheNote()
@@ -119,24 +80,6 @@ private Q_SLOTS:
 		frontend().save(saved, true);
 		QCoreApplication::processEvents();
 		QVERIFY2(frontend().saves == 1, "a save must not ask for the next one for ever");
-	}
-
-	void onlyRenamedScenesCount()
-	{
-		type("text");
-		QVERIFY(dock()->flush(true, true));
-		const auto rename = [](obs_source_t *source, const char *name) {
-			onHostThread([source, name] { obs_source_set_name(source, name); });
-		};
-		rename(scene, "Outro");
-		QCOMPARE(recordOf(scene, "file"), "Intro.json");
-		QTRY_COMPARE(recordOf(scene, "file"), "Outro.json");
-
-		obs_scene_t *const group = obs_scene_create("Group");
-		rename(obs_scene_get_source(group), "Gone");
-		obs_scene_release(group);
-		QCoreApplication::processEvents();
-		QCOMPARE(dock()->findChild<QLabel *>("sceneLabel")->text(), "Outro");
 	}
 
 	void keysInTheNoteStayThere()
@@ -167,35 +110,6 @@ private Q_SLOTS:
 		QTest::keyClick(editor(), Qt::Key_F, Qt::ControlModifier);
 		QTRY_VERIFY(dock()->findChild<QLineEdit *>("searchText")->hasFocus());
 		QCOMPARE(hostActions, 0);
-	}
-
-	void unloadTakesEverythingOut()
-	{
-		const auto check = [this](const std::function<void()> &before, int removals) {
-			cleanup();
-			init();
-			type("text");
-			before();
-			shell().unload();
-			QCOMPARE(frontend().removals, removals);
-			QCOMPARE(hotkeyNamed("QuillBay.Top"), OBS_INVALID_HOTKEY_ID);
-			QCOMPARE(recordOf(scene, "file"), "Intro.json");
-			obs_source_set_name(scene, "After");
-			QCoreApplication::processEvents();
-			QCOMPARE(recordOf(scene, "name"), "Intro");
-		};
-		check([] {}, 3);
-		check([this] { window->close(); }, 3);
-		QVERIFY(!frontend().dock && frontend().eventCallbacks.empty() && frontend().saveCallbacks.empty());
-		const OBSDataAutoRelease saved = obs_data_create();
-		const auto exit = [&] {
-			frontend().sendEvent(OBS_FRONTEND_EVENT_EXIT);
-			frontend().save(saved, true);
-			frontend().sendEvent(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
-			QVERIFY(editor()->isEnabled());
-		};
-		check(exit, 0);
-		QVERIFY(!obs_data_has_user_value(saved, "quillbay_hotkeys"));
 	}
 
 private:

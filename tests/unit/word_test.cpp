@@ -108,7 +108,6 @@ class WordTest : public QObject {
 private Q_SLOTS:
 	void formatting()
 	{
-		check("<t>no</t><p><r><t>a</t><tab/><t>&lt;b</t><br/><t>c</t><cr/></r></p><p/>", "a\t<b/c/|");
 		check(runs("b|b val='0'/><i val='on'|u val='none'|u val='double'/><strike|i val='off'"),
 		      "x{b}x{i}xx{u s}x");
 		check(runs("sz val='2'|sz val='1000'|sz val='1001'|sz val='1'|sz val='nan'|sz val='25'"),
@@ -120,8 +119,6 @@ private Q_SLOTS:
 		check(runs("color val='FF0000'|color val='auto'|highlight val='darkYellow'|highlight val='yellow'|"
 			   "highlight val='none'|shd fill='00ff00'|shd fill='auto'"),
 		      "x{#ff0000}xx{on #808000}x{on #ffff00}xx{on #00ff00}x");
-		check(runs("vertAlign val='superscript'|vertAlign val='subscript'|vertAlign val='baseline'"),
-		      "x{super}x{sub}x");
 		check(paragraph("a", "<jc val='center'/>") + paragraph("b", "<jc val='end'/>") +
 			      paragraph("c", "<jc val='both'/>") + paragraph("d", "<jc val='left'/>"),
 		      "center a|right b|justify c|d");
@@ -130,10 +127,6 @@ private Q_SLOTS:
 		      "<moveTo><r><t>to</t></r></moveTo></p>" +
 			      paragraph("x", "<rPr><ins/></rPr><pPrChange><pPr><jc val='right'/></pPr></pPrChange>"),
 		      "into|x");
-		check("<p><r><t>a</t><drawing><p><t>no</t></p></drawing><t>b</t></r></p>", "ab", {}, {}, true);
-		check("<tbl><tr><tc>" + paragraph("b") + "</tc><tc>" + paragraph("c") + "</tc></tr></tbl>", "b|c", {},
-		      {}, true);
-		check("<p><r><instrText>PAGE</instrText></r><hyperlink><r><t>link</t></r></hyperlink></p>", "link");
 		check("<v:p xmlns:v='u'><r><rPr><b val='false' v:val='1'/><i v:val='1'/></rPr><v:t>x</v:t></r></v:p>",
 		      "x{i}");
 	}
@@ -151,9 +144,6 @@ private Q_SLOTS:
 		       <style styleId='H'><basedOn val='P'/><pPr><rPr><i val='0'/><b/></rPr></pPr><rPr><b/><i/></rPr></style>
 		       <style styleId='P'><rPr><b val='0'/></rPr><pPr><jc val='center'/></pPr></style>
 		       <style styleId='R'><rPr><color val='0000FF'/></rPr></style>)");
-		// A style's character properties come before those of its paragraphs.
-		check(styled("S"), "x{b i}",
-		      "<style styleId='S'><rPr><b/></rPr><pPr><rPr><b val='0'/><i/></rPr></pPr></style>");
 		QByteArray chain;
 		for (int i = 1; i <= 20; ++i) {
 			const QString style = "<style styleId='%1'><basedOn val='%2'/><rPr>%3</rPr></style>";
@@ -169,7 +159,6 @@ private Q_SLOTS:
 
 	void lists()
 	{
-		check(items("a-1-0 b-1-1 c-1-0 d-1-1 e-1-0"), "<-4 1 1>a|<-4 2 1>b|<-4 1 2>c|<-4 2 1>d|<-4 1 3>e");
 		check(items("a-1-0 b-2-0 c-1-0 d-2-0"), "<-4 1 1>a|<-4 1 1>b|<-4 1 2>c|<-4 1 2>d");
 		check("<p><pPr><numPr><numId val='1'/></numPr></pPr><r><t>a\nb&#13;&#x2029;c</t></r><pPr/></p>" +
 			      items("d-1-0"),
@@ -298,14 +287,14 @@ private:
 		return importDocx(folder_.filePath("a.docx"));
 	}
 	void check(const QByteArray &content, const QString &expected, const QByteArray &styles = {},
-		   const QByteArray &numbering = {}, bool simplified = false)
+		   const QByteArray &numbering = {})
 	{
 		const DocxResult result = import({{"word/numbering.xml", part("numbering", numbering)},
 						  {kText, body(content)},
 						  {"word/styles.xml", part("styles", styles)}});
 		QCOMPARE(result.error, QString());
 		QCOMPARE(describe(result.html), expected);
-		QCOMPARE(result.simplified, simplified);
+		QVERIFY(!result.simplified);
 		QVERIFY(withinHtmlLimits(result.html));
 	}
 

@@ -114,23 +114,6 @@ test('list paragraphs are numbered by group, whatever is done to them', async ()
 	assert.equal(await inPage(() => root.querySelector('p').style.marginInlineStart), '16.8em');
 });
 
-test('what was not in view yet is taken to be about as high as it is', async () => {
-	for (const [count, size, length] of ['1000 12 99', '500 24 300', '20 0 9000'].map((row) =>
-		row.split(' ').map(Number),
-	)) {
-		const text = 'speak this line now '.repeat(500).slice(0, length);
-		const blocks = Array(count).fill({ runs: [{ text, size, family: size ? 'Arial' : '' }] });
-		const [taken, real] = await inPage(async (blocks) => {
-			note.render(root, { blocks });
-			await new Promise((resolve) => requestAnimationFrame(() => setTimeout(resolve)));
-			const taken = root.scrollHeight;
-			for (const chunk of root.children) chunk.style.contentVisibility = 'visible';
-			return [taken, root.scrollHeight];
-		}, blocks);
-		assert.ok(Math.abs(taken / real - 1) < 0.2, `${count} of size ${size}: ${taken} for ${real}`);
-	}
-});
-
 test('HTML becomes a document', async () => {
 	const cases = [
 		['<p>a<script>hit()</script><img src=x onerror=hit()><style>p{}</style></p><svg>s</svg>', 'a'],

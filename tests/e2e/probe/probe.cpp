@@ -10,7 +10,6 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QContextMenuEvent>
 #include <QElapsedTimer>
 #include <QHash>
 #include <QJsonArray>
@@ -144,25 +143,6 @@ QJsonValue pressKey(const QJsonObject &request)
 	return {};
 }
 
-// At "at": [x, y].
-QJsonValue click(const QJsonObject &request)
-{
-	const QJsonArray at = request["at"].toArray();
-	QTest::mouseClick(findWidget(request), Qt::LeftButton, {}, QPoint(at[0].toInt(), at[1].toInt()));
-	return {};
-}
-
-// As a right click does. Queued: an open menu must not hold up the answer.
-QJsonValue openMenu(const QJsonObject &request)
-{
-	QWidget *widget = findWidget(request);
-	const QJsonArray place = request["at"].toArray();
-	const QPoint at(place[0].toInt(), place[1].toInt());
-	QCoreApplication::postEvent(widget,
-				    new QContextMenuEvent(QContextMenuEvent::Mouse, at, widget->mapToGlobal(at)));
-	return {};
-}
-
 QJsonValue fillClipboard(const QJsonObject &request)
 {
 	auto data = std::make_unique<QMimeData>();
@@ -231,10 +211,9 @@ QJsonValue measureStall(const QJsonObject &request)
 
 // --- requests --------------------------------------------------------------------------------------------------------
 
-const QHash<QString, Operation> operations{
-	{"get", getProperties},       {"set", setProperty},   {"invoke", invoke}, {"scene", inspectScene},
-	{"clipboard", fillClipboard}, {"type", type},         {"key", pressKey},  {"click", click},
-	{"menu", openMenu},           {"stall", measureStall}};
+const QHash<QString, Operation> operations{{"get", getProperties},  {"set", setProperty},         {"invoke", invoke},
+					   {"scene", inspectScene}, {"clipboard", fillClipboard}, {"type", type},
+					   {"key", pressKey},       {"stall", measureStall}};
 
 // On the user-interface thread. The wait is bounded: the host may be waiting for this very thread.
 QJsonValue perform(const QJsonObject &request)
