@@ -80,6 +80,13 @@ test('a host that is killed', async (t) => {
 		}
 	});
 
+	await t.test('makes a notes folder again that is gone', async () => {
+		fs.rmSync(studio.notesFolder, { recursive: true });
+		await studio.type('again');
+		await waitFor('the note is saved', () => fs.existsSync(path.join(studio.notesFolder, 'Live.json')));
+		await studio.waitForSave();
+		assert.equal(await studio.savedText('Live'), await studio.plain());
+	});
 });
 
 test('notes that cannot be written', async (t) => {
